@@ -1,0 +1,5 @@
+#include "effect/Analytics.h"
+
+void AnalyticsStart() {}
+
+void AnalyticsEvent(const char* /*name*/) {}

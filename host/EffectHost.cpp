@@ -1,0 +1,45 @@
+#include "host/EffectHost.h"
+
+#include "host/suites/Suites.h"
+
+namespace dshost {
+
+EffectHost::EffectHost(const std::string& modulePath, HostApp app)
+    : app_(app), module_(modulePath), entry_(module_.EffectMain()) {
+  PublishHandleSuites(runtime_);
+  PublishAnsiSuites(runtime_);
+
+  inData_.utils = const_cast<PF_UtilCallbacks*>(UtilCallbacks());
+  inData_.effect_ref = effect_ref();
+  inData_.quality = 0;
+  inData_.version = PF_SpecVersion{PF_AE_PLUG_IN_VERSION, PF_AE_PLUG_IN_SUBVERS};
+  inData_.appl_id = app == HostApp::Premiere ? kPremiereApplId : kAfterEffectsApplId;
+  inData_.current_time = 0;
+  inData_.time_step = 1;
+  inData_.time_scale = 25;
+  inData_.local_time_step = 1;
+  inData_.field = PF_Field_FRAME;
+  inData_.downsample_x = PF_RationalScale{1, 1};
+  inData_.downsample_y = PF_RationalScale{1, 1};
+  inData_.pixel_aspect_ratio = PF_RationalScale{1, 1};
+  inData_.pica_basicP = const_cast<SPBasicSuite*>(SuiteRegistry::BasicSuite());
+}
+
+EffectHost::~EffectHost() = default;
+
+PF_Err EffectHost::Call(PF_Cmd cmd, PF_ParamDef* params[], PF_LayerDef* output, void* extra) {
+  HostScope scope(runtime_);
+  runtime_.faults().Hit("EffectMain");
+  outData_ = PF_OutData{};
+  outData_.global_data = globalData_;
+  inData_.global_data = globalData_;
+  const PF_Err err = entry_(cmd, &inData_, &outData_, params, output, extra);
+  if (cmd == PF_Cmd_GLOBAL_SETUP) {
+    globalData_ = outData_.global_data;
+  } else if (cmd == PF_Cmd_GLOBAL_SETDOWN) {
+    globalData_ = nullptr;
+  }
+  return err;
+}
+
+}  // namespace dshost

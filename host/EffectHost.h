@@ -1,0 +1,57 @@
+// One effect loaded into our host as After Effects or Premiere Pro loads it:
+// the module, the suites offered to it, the global data it keeps between
+// calls, and the commands sent through its entry point.
+#pragma once
+#include <memory>
+#include <string>
+
+#include "AE_Effect.h"
+#include "AE_EffectCB.h"
+#include "host/HostRuntime.h"
+#include "host/PluginModule.h"
+
+namespace dshost {
+
+enum class HostApp { AfterEffects, Premiere };
+
+inline constexpr A_long kAfterEffectsApplId = 'FXTC';
+inline constexpr A_long kPremiereApplId = 'PrMr';
+
+class EffectHost {
+ public:
+  EffectHost(const std::string& modulePath, HostApp app = HostApp::AfterEffects);
+  ~EffectHost();
+  EffectHost(const EffectHost&) = delete;
+  EffectHost& operator=(const EffectHost&) = delete;
+
+  // Sends one command through EffectMain with a fresh PF_OutData; returns the
+  // plug-in's result. The global data the plug-in set up is passed back to it
+  // on every later call.
+  PF_Err Call(PF_Cmd cmd, PF_ParamDef* params[] = nullptr, PF_LayerDef* output = nullptr, void* extra = nullptr);
+
+  // The input record sent with the next call; tests may change its fields.
+  PF_InData& in_data() { return inData_; }
+  // The output record of the last call.
+  const PF_OutData& out_data() const { return outData_; }
+
+  HostApp app() const { return app_; }
+  HostRuntime& runtime() { return runtime_; }
+  PluginModule& module() { return module_; }
+  PF_Handle global_data() const { return globalData_; }
+
+  // The effect reference handed to the plug-in; callbacks turn it back into
+  // this host.
+  PF_ProgPtr effect_ref() { return reinterpret_cast<PF_ProgPtr>(this); }
+  static EffectHost* FromEffectRef(PF_ProgPtr ref) { return reinterpret_cast<EffectHost*>(ref); }
+
+ private:
+  HostApp app_;
+  PluginModule module_;
+  PF_FilterProc entry_;
+  HostRuntime runtime_;
+  PF_InData inData_{};
+  PF_OutData outData_{};
+  PF_Handle globalData_ = nullptr;
+};
+
+}  // namespace dshost

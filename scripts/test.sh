@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds Drift Smear and runs every test.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/install-deps.sh
+
+jobs=$(nproc 2>/dev/null || echo 2)
+build=${DRIFTSMEAR_BUILD_DIR:-build}
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake --build "$build" -j "$jobs"
+ctest --test-dir "$build" --output-on-failure -j "$jobs"
+
+if [[ -x scripts/test-windows.sh && "${DRIFTSMEAR_WINDOWS:-1}" == 1 ]]; then
+  bash scripts/test-windows.sh
+fi
