@@ -8,6 +8,7 @@
 // supplier's New* call through ReleaseObject. Supplier and surface belong to
 // the draw reference and are not released by the plug-in.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 
 #include "SPBasic.h"
