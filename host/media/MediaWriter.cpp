@@ -1,0 +1,697 @@
+#include "host/media/MediaWriter.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <fstream>
+
+#include "host/media/ImageFile.h"
+#include "host/media/MediaError.h"
+#include "host/media/SequencePattern.h"
+#include "host/media/detail/PixelPack.h"
+#if DRIFTSMEAR_HAVE_FFMPEG
+#include "host/media/detail/Ffmpeg.h"
+#endif
+
+namespace dshost {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string toLower(std::string_view text) {
+  std::string out(text);
+  std::transform(out.begin(), out.end(), out.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return out;
+}
+
+fs::path partNameFor(const fs::path& file) { return fs::path(file.string() + ".part"); }
+
+void removeQuietly(const fs::path& file) {
+  std::error_code ec;
+  fs::remove(file, ec);
+}
+
+// Moves a finished file to its name, replacing an older one only when allowed.
+void moveIntoPlace(const fs::path& part, const fs::path& final, bool overwrite) {
+  std::error_code ec;
+  if (fs::exists(final, ec)) {
+    if (!overwrite) {
+      throw MediaError(MediaErrc::OutputExists,
+                       final.string() + " appeared while rendering; the result is kept as " + part.string());
+    }
+    fs::remove(final, ec);  // rename does not replace files on every system
+  }
+  fs::rename(part, final, ec);
+  if (ec) throw MediaError(MediaErrc::WriteFailed, "cannot rename " + part.string() + " to " + final.string() + ": " + ec.message());
+}
+
+// Everything that turns frames into files: one video container, or PNG files.
+class Sink {
+ public:
+  virtual ~Sink() = default;
+  virtual void write(const ImageF& frame, std::int64_t index) = 0;
+  virtual void finish(std::int64_t frames) = 0;
+  virtual void abandon() noexcept = 0;
+};
+
+// ---------------------------------------------------------------------------
+// PNG sequences
+
+class PngSequenceSink final : public Sink {
+ public:
+  PngSequenceSink(SequencePattern pattern, const WriterOptions& options, int width, int height,
+                  std::vector<std::string>& warnings)
+      : pattern_(std::move(pattern)), options_(options), width_(width), height_(height) {
+    if (options_.overwrite) {
+      for (std::int64_t n : pattern_.existingNumbers()) removeQuietly(pattern_.fileFor(n));
+    }
+#if DRIFTSMEAR_HAVE_FFMPEG
+    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
+    if (!codec) throw MediaError(MediaErrc::Unsupported, "this FFmpeg has no PNG encoder");
+    codec_.reset(avcodec_alloc_context3(codec));
+    if (!codec_) throw std::bad_alloc();
+    codec_->width = width;
+    codec_->height = height;
+    codec_->pix_fmt = options_.alpha ? AV_PIX_FMT_RGBA64BE : AV_PIX_FMT_RGB48BE;
+    codec_->time_base = AVRational{static_cast<int>(options_.frameRate.den), static_cast<int>(options_.frameRate.num)};
+    codec_->compression_level = 3;  // zlib level: 16-bit frames are large, and level 3 is far faster than 9
+    const int rc = avcodec_open2(codec_.get(), codec, nullptr);
+    if (rc < 0) throw MediaError(MediaErrc::WriteFailed, "cannot start the PNG encoder: " + detail::avErrorText(rc));
+    frame_ = detail::allocFrame();
+    frame_->format = codec_->pix_fmt;
+    frame_->width = width;
+    frame_->height = height;
+    if (av_frame_get_buffer(frame_.get(), 0) < 0) throw std::bad_alloc();
+    packet_ = detail::allocPacket();
+#else
+    warnings.push_back("this build has no FFmpeg: PNG frames are written with 8 bits per channel");
+#endif
+    (void)warnings;
+  }
+
+  void write(const ImageF& image, std::int64_t index) override {
+    const fs::path file = pattern_.fileFor(options_.sequenceStartNumber + index);
+    const fs::path part = partNameFor(file);
+#if DRIFTSMEAR_HAVE_FFMPEG
+    encodeTo(image, part, file);
+#else
+    writePng8(image, part);
+#endif
+    moveIntoPlace(part, file, true);
+    written_.push_back(file);
+  }
+
+  void finish(std::int64_t) override {}
+
+  void abandon() noexcept override {
+    for (const fs::path& file : written_) removeQuietly(file);
+    written_.clear();
+  }
+
+ private:
+#if DRIFTSMEAR_HAVE_FFMPEG
+  void encodeTo(const ImageF& image, const fs::path& part, const fs::path& file) {
+    if (av_frame_make_writable(frame_.get()) < 0) throw std::bad_alloc();
+    const bool alpha = options_.alpha;
+    for (int y = 0; y < height_; ++y) {
+      const float* src = image.pixel(0, y);
+      std::uint8_t* row = frame_->data[0] + static_cast<std::ptrdiff_t>(y) * frame_->linesize[0];
+      for (int x = 0; x < width_; ++x, src += 4) {
+        const std::uint16_t values[4] = {detail::toUnorm16(src[2]), detail::toUnorm16(src[1]),
+                                         detail::toUnorm16(src[0]), detail::toUnorm16(src[3])};
+        for (int c = 0; c < (alpha ? 4 : 3); ++c) {  // PNG stores big-endian samples
+          *row++ = static_cast<std::uint8_t>(values[c] >> 8);
+          *row++ = static_cast<std::uint8_t>(values[c] & 0xff);
+        }
+      }
+    }
+    int rc = avcodec_send_frame(codec_.get(), frame_.get());
+    if (rc >= 0) rc = avcodec_receive_packet(codec_.get(), packet_.get());
+    if (rc < 0) throw MediaError(MediaErrc::WriteFailed, "cannot encode " + file.string() + ": " + detail::avErrorText(rc));
+    std::ofstream out(part, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(packet_->data), packet_->size);
+    out.close();
+    av_packet_unref(packet_.get());
+    if (!out) {
+      removeQuietly(part);
+      throw MediaError(MediaErrc::WriteFailed, "cannot write " + part.string());
+    }
+  }
+
+  detail::CodecContextPtr codec_;
+  detail::FramePtr frame_;
+  detail::PacketPtr packet_;
+#endif
+  SequencePattern pattern_;
+  WriterOptions options_;
+  int width_, height_;
+  std::vector<fs::path> written_;
+};
+
+// ---------------------------------------------------------------------------
+// Video containers
+
+#if DRIFTSMEAR_HAVE_FFMPEG
+
+struct OutputContextCloser {
+  void operator()(AVFormatContext* c) const {
+    if (c->pb && !(c->oformat->flags & AVFMT_NOFILE)) avio_closep(&c->pb);
+    avformat_free_context(c);
+  }
+};
+using OutputContextPtr = std::unique_ptr<AVFormatContext, OutputContextCloser>;
+
+AVRational toAv(Rational r) { return AVRational{static_cast<int>(r.num), static_cast<int>(r.den)}; }
+
+class ContainerSink final : public Sink {
+ public:
+  ContainerSink(const fs::path& final, OutputFormat format, const WriterOptions& options, int width, int height,
+                std::vector<std::string>& warnings)
+      : final_(final), part_(partNameFor(final)), options_(options), warnings_(warnings) {
+    try {
+      open(format, width, height);
+    } catch (...) {
+      output_.reset();
+      removeQuietly(part_);
+      throw;
+    }
+  }
+
+  ~ContainerSink() override {
+    if (!completed_) {
+      output_.reset();
+      removeQuietly(part_);
+    }
+  }
+
+  void write(const ImageF& image, std::int64_t index) override {
+    if (av_frame_make_writable(frame_.get()) < 0) throw std::bad_alloc();
+    fillFrame(image);
+    frame_->pts = index;
+    encode(frame_.get(), index);
+    copyAudioUntil(static_cast<double>(index + 1) / options_.frameRate.toDouble());
+  }
+
+  void finish(std::int64_t frames) override {
+    encode(nullptr, frames);
+    copyAudioUntil(static_cast<double>(frames) / options_.frameRate.toDouble());
+    int rc = av_write_trailer(output_.get());
+    if (rc < 0) fail("cannot finish " + part_.string(), rc);
+    output_.reset();    // closes the file
+    completed_ = true;  // the file is whole: keep it even if the rename below fails
+    moveIntoPlace(part_, final_, options_.overwrite);
+  }
+
+  void abandon() noexcept override {
+    output_.reset();
+    removeQuietly(part_);
+  }
+
+ private:
+  [[noreturn]] void fail(const std::string& what, int rc) {
+    throw MediaError(MediaErrc::WriteFailed, what + ": " + detail::avErrorText(rc));
+  }
+
+  void open(OutputFormat format, int width, int height) {
+    const char* muxer = format == OutputFormat::H264Mp4 ? "mp4" : format == OutputFormat::ProRes4444Mov ? "mov" : "matroska";
+    AVFormatContext* raw = nullptr;
+    int rc = avformat_alloc_output_context2(&raw, nullptr, muxer, final_.string().c_str());
+    if (rc < 0 || !raw) fail(std::string("cannot create a ") + muxer + " file", rc);
+    output_.reset(raw);
+
+    const AVCodec* codec = nullptr;
+    encodedWidth_ = width;
+    encodedHeight_ = height;
+    AVDictionary* codecOptions = nullptr;
+    switch (format) {
+      case OutputFormat::H264Mp4:
+        codec = avcodec_find_encoder_by_name("libx264");
+        if (!codec) {
+          codec = avcodec_find_encoder(AV_CODEC_ID_MPEG4);
+          warnings_.push_back("this FFmpeg has no libx264: writing MPEG-4 Part 2 video instead of H.264");
+          av_dict_set(&codecOptions, "qscale", "3", 0);
+        } else {
+          av_dict_set(&codecOptions, "crf", std::to_string(options_.h264Crf).c_str(), 0);
+          av_dict_set(&codecOptions, "preset", options_.h264Preset.c_str(), 0);
+        }
+        pixelFormat_ = AV_PIX_FMT_YUV420P;
+        // 4:2:0 needs even sizes: the last column/row is repeated.
+        encodedWidth_ = (width + 1) & ~1;
+        encodedHeight_ = (height + 1) & ~1;
+        if (encodedWidth_ != width || encodedHeight_ != height) {
+          warnings_.push_back("H.264 needs even sizes: " + std::to_string(width) + "x" + std::to_string(height) +
+                              " is written as " + std::to_string(encodedWidth_) + "x" +
+                              std::to_string(encodedHeight_) + " with the edge repeated");
+        }
+        break;
+      case OutputFormat::ProRes4444Mov:
+        codec = avcodec_find_encoder_by_name("prores_ks");
+        pixelFormat_ = options_.alpha ? AV_PIX_FMT_YUVA444P10LE : AV_PIX_FMT_YUV444P10LE;
+        av_dict_set(&codecOptions, "profile", "4444", 0);
+        av_dict_set(&codecOptions, "vendor", "apl0", 0);
+        break;
+      default:
+        codec = avcodec_find_encoder(AV_CODEC_ID_FFV1);
+        pixelFormat_ = options_.alpha ? AV_PIX_FMT_GBRAP16LE : AV_PIX_FMT_GBRP16LE;
+        av_dict_set(&codecOptions, "level", "3", 0);
+        av_dict_set(&codecOptions, "slicecrc", "1", 0);
+        break;
+    }
+    if (!codec) {
+      av_dict_free(&codecOptions);
+      throw MediaError(MediaErrc::Unsupported, std::string("this FFmpeg has no encoder for ") + outputFormatName(format));
+    }
+
+    encoder_.reset(avcodec_alloc_context3(codec));
+    if (!encoder_) throw std::bad_alloc();
+    encoder_->width = encodedWidth_;
+    encoder_->height = encodedHeight_;
+    encoder_->pix_fmt = pixelFormat_;
+    encoder_->time_base = toAv(options_.frameRate.inverse());
+    encoder_->framerate = toAv(options_.frameRate);
+    encoder_->sample_aspect_ratio = AVRational{1, 1};
+    encoder_->thread_count = 0;
+    if (pixelFormat_ == AV_PIX_FMT_GBRAP16LE || pixelFormat_ == AV_PIX_FMT_GBRP16LE) {
+      encoder_->colorspace = AVCOL_SPC_RGB;
+    } else {
+      encoder_->colorspace = AVCOL_SPC_BT709;
+      encoder_->color_primaries = AVCOL_PRI_BT709;
+      encoder_->color_trc = AVCOL_TRC_BT709;
+      encoder_->color_range = AVCOL_RANGE_MPEG;
+    }
+    if (output_->oformat->flags & AVFMT_GLOBALHEADER) encoder_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    rc = avcodec_open2(encoder_.get(), codec, &codecOptions);
+    av_dict_free(&codecOptions);
+    if (rc < 0) fail(std::string("cannot start the ") + codec->name + " encoder", rc);
+
+    video_ = avformat_new_stream(output_.get(), nullptr);
+    if (!video_) throw std::bad_alloc();
+    rc = avcodec_parameters_from_context(video_->codecpar, encoder_.get());
+    if (rc < 0) fail("cannot set up the video stream", rc);
+    video_->time_base = options_.timeBase.valid() ? toAv(options_.timeBase) : encoder_->time_base;
+    video_->avg_frame_rate = encoder_->framerate;
+    video_->r_frame_rate = encoder_->framerate;
+
+    openAudio();
+
+    if (!(output_->oformat->flags & AVFMT_NOFILE)) {
+      rc = avio_open(&output_->pb, part_.string().c_str(), AVIO_FLAG_WRITE);
+      if (rc < 0) fail("cannot create " + part_.string(), rc);
+    }
+    rc = avformat_write_header(output_.get(), nullptr);
+    if (rc < 0) fail("cannot write the header of " + part_.string(), rc);
+
+    frame_ = detail::allocFrame();
+    frame_->format = pixelFormat_;
+    frame_->width = encodedWidth_;
+    frame_->height = encodedHeight_;
+    if (av_frame_get_buffer(frame_.get(), 0) < 0) throw std::bad_alloc();
+    packet_ = detail::allocPacket();
+
+    const bool planarRgb = pixelFormat_ == AV_PIX_FMT_GBRAP16LE || pixelFormat_ == AV_PIX_FMT_GBRP16LE;
+    if (!planarRgb) {
+      wideStaging_ = pixelFormat_ != AV_PIX_FMT_YUV420P;
+      const AVPixelFormat staging = wideStaging_ ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA;
+      sws_.reset(sws_getContext(encodedWidth_, encodedHeight_, staging, encodedWidth_, encodedHeight_, pixelFormat_,
+                                SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
+      if (!sws_) throw MediaError(MediaErrc::Unsupported, "cannot convert frames for the encoder");
+      const int* bt709 = sws_getCoefficients(SWS_CS_ITU709);
+      sws_setColorspaceDetails(sws_.get(), bt709, 1, bt709, 0, 0, 1 << 16, 1 << 16);
+      stagingStride_ = FFALIGN(encodedWidth_ * (wideStaging_ ? 8 : 4), 64);
+      staging_.reset(static_cast<std::uint8_t*>(av_malloc(static_cast<std::size_t>(stagingStride_) * encodedHeight_)));
+      if (!staging_) throw std::bad_alloc();
+    }
+  }
+
+  void fillFrame(const ImageF& image) {
+    const int w = image.width, h = image.height;
+    if (!sws_) {
+      // Planar 16-bit RGB: plane 0 is G, 1 is B, 2 is R, 3 is A.
+      const bool alpha = pixelFormat_ == AV_PIX_FMT_GBRAP16LE;
+      for (int y = 0; y < h; ++y) {
+        const float* src = image.pixel(0, y);
+        auto row = [&](int plane) {
+          return reinterpret_cast<std::uint16_t*>(frame_->data[plane] + static_cast<std::ptrdiff_t>(y) * frame_->linesize[plane]);
+        };
+        std::uint16_t* g = row(0);
+        std::uint16_t* b = row(1);
+        std::uint16_t* r = row(2);
+        std::uint16_t* a = alpha ? row(3) : nullptr;
+        for (int x = 0; x < w; ++x, src += 4) {
+          b[x] = detail::toUnorm16(src[0]);
+          g[x] = detail::toUnorm16(src[1]);
+          r[x] = detail::toUnorm16(src[2]);
+          if (a) a[x] = detail::toUnorm16(src[3]);
+        }
+      }
+      return;
+    }
+    const int bytesPerPixel = wideStaging_ ? 8 : 4;
+    if (wideStaging_) {
+      detail::packRgba16(image, reinterpret_cast<std::uint16_t*>(staging_.get()), stagingStride_);
+    } else {
+      detail::packRgba8(image, staging_.get(), stagingStride_);
+    }
+    // Repeat the last column and row into the padding an even size added.
+    for (int y = 0; y < h; ++y) {
+      std::uint8_t* row = staging_.get() + static_cast<std::ptrdiff_t>(y) * stagingStride_;
+      for (int x = w; x < encodedWidth_; ++x) {
+        std::copy_n(row + (w - 1) * bytesPerPixel, bytesPerPixel, row + x * bytesPerPixel);
+      }
+    }
+    for (int y = h; y < encodedHeight_; ++y) {
+      std::copy_n(staging_.get() + static_cast<std::ptrdiff_t>(h - 1) * stagingStride_, stagingStride_,
+                  staging_.get() + static_cast<std::ptrdiff_t>(y) * stagingStride_);
+    }
+    const std::uint8_t* src[4] = {staging_.get(), nullptr, nullptr, nullptr};
+    const int srcStride[4] = {stagingStride_, 0, 0, 0};
+    sws_scale(sws_.get(), src, srcStride, 0, encodedHeight_, frame_->data, frame_->linesize);
+  }
+
+  // Sends one frame (or, with null, the end of the stream) and writes the packets that come out.
+  void encode(AVFrame* frame, std::int64_t index) {
+    int rc = avcodec_send_frame(encoder_.get(), frame);
+    if (rc < 0) fail("cannot encode frame " + std::to_string(index), rc);
+    for (;;) {
+      rc = avcodec_receive_packet(encoder_.get(), packet_.get());
+      if (rc == AVERROR(EAGAIN) || rc == AVERROR_EOF) return;
+      if (rc < 0) fail("cannot encode frame " + std::to_string(index), rc);
+      if (packet_->duration <= 0) packet_->duration = 1;  // one frame in the encoder's time base
+      av_packet_rescale_ts(packet_.get(), encoder_->time_base, video_->time_base);
+      packet_->stream_index = video_->index;
+      rc = av_interleaved_write_frame(output_.get(), packet_.get());
+      if (rc < 0) fail("cannot write " + part_.string(), rc);
+    }
+  }
+
+  // Audio: every audio stream of the source that the container accepts is
+  // copied packet by packet, with its timestamps moved so that the source's
+  // first video frame (plus audioStartSeconds) lands at zero.
+  void openAudio() {
+    if (options_.audioFrom.empty() || SequencePattern::looksLikePattern(options_.audioFrom) ||
+        isImageFileName(options_.audioFrom)) {
+      return;
+    }
+    try {
+      audioInput_ = detail::openInput(options_.audioFrom.string());
+    } catch (const MediaError& e) {
+      warnings_.push_back(std::string("audio not copied: ") + e.what());
+      return;
+    }
+    AVFormatContext* in = audioInput_.get();
+    double originSeconds = 0.0;
+    const int videoIndex = av_find_best_stream(in, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (videoIndex >= 0 && in->streams[videoIndex]->start_time != AV_NOPTS_VALUE) {
+      originSeconds = static_cast<double>(in->streams[videoIndex]->start_time) * av_q2d(in->streams[videoIndex]->time_base);
+    }
+    audioMap_.assign(in->nb_streams, -1);
+    audioOffset_.assign(in->nb_streams, 0);
+    for (unsigned i = 0; i < in->nb_streams; ++i) {
+      AVStream* source = in->streams[i];
+      if (source->codecpar->codec_type != AVMEDIA_TYPE_AUDIO) {
+        source->discard = AVDISCARD_ALL;
+        continue;
+      }
+      const AVCodecID id = source->codecpar->codec_id;
+      if (avformat_query_codec(output_->oformat, id, FF_COMPLIANCE_NORMAL) != 1) {
+        warnings_.push_back(std::string("audio not copied: ") + avcodec_get_name(id) + " audio cannot go into a " +
+                            output_->oformat->name + " file");
+        source->discard = AVDISCARD_ALL;
+        continue;
+      }
+      AVStream* target = avformat_new_stream(output_.get(), nullptr);
+      if (!target) throw std::bad_alloc();
+      const int rc = avcodec_parameters_copy(target->codecpar, source->codecpar);
+      if (rc < 0) fail("cannot copy the audio stream", rc);
+      target->codecpar->codec_tag = 0;
+      target->time_base = source->time_base;
+      target->disposition = source->disposition;
+      av_dict_copy(&target->metadata, source->metadata, 0);
+      audioMap_[i] = target->index;
+      audioOffset_[i] = std::llround((originSeconds + options_.audioStartSeconds) / av_q2d(source->time_base));
+    }
+    if (std::none_of(audioMap_.begin(), audioMap_.end(), [](int m) { return m >= 0; })) {
+      audioInput_.reset();
+      return;
+    }
+    audioPacket_ = detail::allocPacket();
+  }
+
+  void copyAudioUntil(double endSeconds) {
+    if (!audioInput_) return;
+    AVFormatContext* in = audioInput_.get();
+    for (;;) {
+      if (!audioHeld_) {
+        if (av_read_frame(in, audioPacket_.get()) < 0) {
+          audioInput_.reset();  // end of the audio (or unreadable from here on): nothing more to copy
+          return;
+        }
+        if (audioMap_[audioPacket_->stream_index] < 0) {
+          av_packet_unref(audioPacket_.get());
+          continue;
+        }
+        audioHeld_ = true;
+      }
+      AVPacket* packet = audioPacket_.get();
+      const int sourceIndex = packet->stream_index;
+      const AVRational tb = in->streams[sourceIndex]->time_base;
+      const std::int64_t stamp = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
+      if (stamp == AV_NOPTS_VALUE) {  // cannot be placed in time
+        av_packet_unref(packet);
+        audioHeld_ = false;
+        continue;
+      }
+      const std::int64_t shifted = stamp - audioOffset_[sourceIndex];
+      const double start = static_cast<double>(shifted) * av_q2d(tb);
+      if (start >= endSeconds) return;  // keep it for the next frame
+      audioHeld_ = false;
+      const double end = start + static_cast<double>(std::max<std::int64_t>(packet->duration, 0)) * av_q2d(tb);
+      if (end <= 0.0 && start < 0.0) {  // wholly before the first frame written
+        av_packet_unref(packet);
+        continue;
+      }
+      if (packet->pts != AV_NOPTS_VALUE) packet->pts -= audioOffset_[sourceIndex];
+      if (packet->dts != AV_NOPTS_VALUE) packet->dts -= audioOffset_[sourceIndex];
+      AVStream* target = output_->streams[audioMap_[sourceIndex]];
+      av_packet_rescale_ts(packet, tb, target->time_base);
+      packet->stream_index = target->index;
+      packet->pos = -1;
+      const int rc = av_interleaved_write_frame(output_.get(), packet);
+      if (rc < 0) fail("cannot write audio to " + part_.string(), rc);
+    }
+  }
+
+  fs::path final_, part_;
+  WriterOptions options_;
+  std::vector<std::string>& warnings_;
+  OutputContextPtr output_;
+  detail::CodecContextPtr encoder_;
+  AVStream* video_ = nullptr;
+  AVPixelFormat pixelFormat_ = AV_PIX_FMT_NONE;
+  int encodedWidth_ = 0, encodedHeight_ = 0;
+  detail::FramePtr frame_;
+  detail::PacketPtr packet_;
+  detail::SwsPtr sws_;
+  struct AvFree {
+    void operator()(std::uint8_t* p) const { av_free(p); }
+  };
+  std::unique_ptr<std::uint8_t, AvFree> staging_;
+  int stagingStride_ = 0;
+  bool wideStaging_ = false;
+  detail::InputContextPtr audioInput_;
+  detail::PacketPtr audioPacket_;
+  bool audioHeld_ = false;  // audioPacket_ holds a packet read but not yet due
+  std::vector<int> audioMap_;                 // source stream -> output stream, -1 when not copied
+  std::vector<std::int64_t> audioOffset_;     // subtracted from the source's timestamps
+  bool completed_ = false;
+};
+
+#endif  // DRIFTSMEAR_HAVE_FFMPEG
+
+// True when the file would have an audio stream we would have to leave out.
+bool sourceHasAudio(const fs::path& source) {
+#if DRIFTSMEAR_HAVE_FFMPEG
+  if (source.empty() || SequencePattern::looksLikePattern(source) || isImageFileName(source)) return false;
+  try {
+    detail::InputContextPtr in = detail::openInput(source.string());
+    return av_find_best_stream(in.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0) >= 0;
+  } catch (const MediaError&) {
+    return false;
+  }
+#else
+  (void)source;
+  return false;
+#endif
+}
+
+}  // namespace
+
+const char* outputFormatName(OutputFormat format) {
+  switch (format) {
+    case OutputFormat::Auto: return "auto";
+    case OutputFormat::H264Mp4: return "H.264 MP4";
+    case OutputFormat::ProRes4444Mov: return "ProRes 4444 MOV";
+    case OutputFormat::Ffv1Mkv: return "FFV1 MKV";
+    case OutputFormat::PngSequence: return "PNG sequence";
+  }
+  return "unknown";
+}
+
+std::optional<OutputFormat> parseOutputFormat(std::string_view name) {
+  const std::string key = toLower(name);
+  if (key == "mp4" || key == "h264" || key == "h.264") return OutputFormat::H264Mp4;
+  if (key == "mov" || key == "prores" || key == "prores4444") return OutputFormat::ProRes4444Mov;
+  if (key == "mkv" || key == "ffv1") return OutputFormat::Ffv1Mkv;
+  if (key == "png") return OutputFormat::PngSequence;
+  if (key == "auto") return OutputFormat::Auto;
+  return std::nullopt;
+}
+
+OutputFormat outputFormatForPath(const fs::path& output) {
+  std::error_code ec;
+  if (SequencePattern::looksLikePattern(output) || !output.has_filename() || fs::is_directory(output, ec)) {
+    return OutputFormat::PngSequence;
+  }
+  const std::string ext = toLower(output.extension().string());
+  if (ext == ".mp4" || ext == ".m4v") return OutputFormat::H264Mp4;
+  if (ext == ".mov") return OutputFormat::ProRes4444Mov;
+  if (ext == ".mkv") return OutputFormat::Ffv1Mkv;
+  if (ext == ".png") {
+    throw MediaError(MediaErrc::Unsupported, "cannot tell how to number the frames of " + output.string() +
+                                                 ": name a PNG sequence with a pattern such as frames/%04d.png, or a folder");
+  }
+  throw MediaError(MediaErrc::Unsupported, "unsupported output format '" + output.filename().string() +
+                                               "': use .mp4 (H.264), .mov (ProRes 4444), .mkv (FFV1) or a PNG pattern/folder");
+}
+
+struct MediaWriter::Impl {
+  fs::path output;
+  WriterOptions options;
+  OutputFormat format = OutputFormat::Auto;
+  std::optional<SequencePattern> pattern;
+  std::vector<std::string> warnings;
+  std::unique_ptr<Sink> sink;
+  int width = 0, height = 0;
+  std::int64_t frames = 0;
+  bool finished = false;
+
+  void checkTarget() {
+    std::error_code ec;
+    if (format == OutputFormat::PngSequence) {
+      fs::path patternPath = output;
+      if (!SequencePattern::looksLikePattern(output)) {
+        if (output.has_filename() && fs::exists(output, ec) && !fs::is_directory(output, ec)) {
+          throw MediaError(MediaErrc::Unsupported, "a PNG sequence needs a pattern such as frames/%04d.png or a folder, not the file " + output.string());
+        }
+        patternPath = output / "%06d.png";
+      }
+      pattern = SequencePattern::parse(patternPath);
+      if (toLower(fs::path(pattern->fileFor(0)).extension().string()) != ".png") {
+        throw MediaError(MediaErrc::Unsupported, "image sequences are written as PNG: end the pattern with .png (" + output.string() + ")");
+      }
+      if (!options.overwrite && !pattern->existingNumbers().empty()) {
+        throw MediaError(MediaErrc::OutputExists, "frames of " + pattern->text() + " already exist; refusing to overwrite them");
+      }
+      return;
+    }
+#if !DRIFTSMEAR_HAVE_FFMPEG
+    throw MediaError(MediaErrc::Unsupported, std::string("this build has no FFmpeg and cannot write ") +
+                                                 outputFormatName(format) + "; write a PNG sequence instead");
+#endif
+    if (fs::is_directory(output, ec)) throw MediaError(MediaErrc::WriteFailed, output.string() + " is a folder");
+    if (fs::exists(output, ec) && !options.overwrite) {
+      throw MediaError(MediaErrc::OutputExists, output.string() + " already exists; refusing to overwrite it");
+    }
+    const fs::path parent = output.parent_path();
+    if (!parent.empty() && !fs::is_directory(parent, ec)) {
+      throw MediaError(MediaErrc::WriteFailed, "the folder " + parent.string() + " does not exist");
+    }
+  }
+
+  void start(const ImageF& first) {
+    width = first.width;
+    height = first.height;
+    if (format == OutputFormat::PngSequence) {
+      std::error_code ec;
+      if (!pattern->folder().empty()) fs::create_directories(pattern->folder(), ec);
+      if (ec) throw MediaError(MediaErrc::WriteFailed, "cannot create the folder " + pattern->folder().string() + ": " + ec.message());
+      if (sourceHasAudio(options.audioFrom)) warnings.push_back("audio not copied: a PNG sequence holds no audio");
+      sink = std::make_unique<PngSequenceSink>(*pattern, options, width, height, warnings);
+      return;
+    }
+#if DRIFTSMEAR_HAVE_FFMPEG
+    sink = std::make_unique<ContainerSink>(output, format, options, width, height, warnings);
+#endif
+  }
+};
+
+MediaWriter::MediaWriter(const fs::path& output, WriterOptions options) : impl_(std::make_unique<Impl>()) {
+#if DRIFTSMEAR_HAVE_FFMPEG
+  detail::installFfmpegLogPolicy();
+#endif
+  impl_->output = output;
+  impl_->options = options;
+  impl_->options.frameRate = options.frameRate.reduced();
+  if (!impl_->options.frameRate.valid() || impl_->options.frameRate.num > INT32_MAX || impl_->options.frameRate.den > INT32_MAX) {
+    throw MediaError(MediaErrc::InvalidArgument, "invalid output frame rate " + options.frameRate.toString());
+  }
+  impl_->format = options.format == OutputFormat::Auto ? outputFormatForPath(output) : options.format;
+  impl_->checkTarget();
+}
+
+MediaWriter::~MediaWriter() {
+  if (!impl_->finished) {
+    try {
+      finish();
+    } catch (...) {
+      // finish() removed the partial file; a destructor cannot report more.
+    }
+  }
+}
+
+void MediaWriter::write(const ImageF& frame) {
+  if (impl_->finished) throw MediaError(MediaErrc::InvalidArgument, "cannot write to " + impl_->output.string() + " after finishing it");
+  if (frame.empty() || frame.bgra.size() != frame.pixelCount() * 4) {
+    throw MediaError(MediaErrc::InvalidArgument, "cannot write an empty or malformed frame to " + impl_->output.string());
+  }
+  if (!impl_->sink) {
+    impl_->start(frame);
+  } else if (frame.width != impl_->width || frame.height != impl_->height) {
+    throw MediaError(MediaErrc::InvalidArgument, "frame " + std::to_string(impl_->frames) + " is " +
+                                                     std::to_string(frame.width) + "x" + std::to_string(frame.height) +
+                                                     ", the output is " + std::to_string(impl_->width) + "x" +
+                                                     std::to_string(impl_->height));
+  }
+  impl_->sink->write(frame, impl_->frames);
+  ++impl_->frames;
+}
+
+void MediaWriter::finish() {
+  if (impl_->finished) return;
+  impl_->finished = true;
+  if (!impl_->sink) {
+    impl_->warnings.push_back("no frames were written; " + impl_->output.string() + " was not created");
+    return;
+  }
+  // On failure the sink removes a partial file it could not complete.
+  std::unique_ptr<Sink> sink = std::move(impl_->sink);
+  sink->finish(impl_->frames);
+}
+
+void MediaWriter::abandon() {
+  impl_->finished = true;
+  if (impl_->sink) {
+    impl_->sink->abandon();
+    impl_->sink.reset();
+  }
+}
+
+OutputFormat MediaWriter::format() const { return impl_->format; }
+const fs::path& MediaWriter::outputPath() const { return impl_->output; }
+std::string MediaWriter::sequencePattern() const { return impl_->pattern ? impl_->pattern->text() : std::string(); }
+std::int64_t MediaWriter::framesWritten() const { return impl_->frames; }
+bool MediaWriter::finished() const { return impl_->finished; }
+const std::vector<std::string>& MediaWriter::warnings() const { return impl_->warnings; }
+
+}  // namespace dshost

@@ -1,0 +1,109 @@
+// Writes float BGRA frames to a video file or a PNG sequence, copying the
+// audio of the input through untouched.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/media/Image.h"
+#include "host/media/TimeMapping.h"
+
+namespace dshost {
+
+enum class OutputFormat {
+  Auto,           // from the output name
+  H264Mp4,        // .mp4: H.264 (libx264), yuv420p, BT.709 limited range; no alpha
+  ProRes4444Mov,  // .mov: ProRes 4444 (prores_ks), yuva444p10le; keeps alpha
+  Ffv1Mkv,        // .mkv: FFV1 lossless, gbrap16le (16 bits a channel); keeps alpha
+  PngSequence     // a %d pattern or a folder: 16-bit RGBA PNGs (8-bit without FFmpeg); keeps alpha
+};
+
+const char* outputFormatName(OutputFormat format);
+
+// "mp4"/"h264", "mov"/"prores", "mkv"/"ffv1", "png"; case-insensitive.
+std::optional<OutputFormat> parseOutputFormat(std::string_view name);
+
+// The format a name asks for: a %d pattern, an existing folder or a name ending
+// in a slash -> PngSequence; .mp4/.m4v -> H264Mp4; .mov -> ProRes4444Mov;
+// .mkv -> Ffv1Mkv. Throws MediaError(Unsupported) for anything else.
+OutputFormat outputFormatForPath(const std::filesystem::path& output);
+
+struct WriterOptions {
+  OutputFormat format = OutputFormat::Auto;
+  Rational frameRate{25, 1};
+  // Time base of the output video stream; invalid (the default) means 1/frameRate.
+  // Containers may replace it with their own (Matroska always uses 1/1000).
+  Rational timeBase{0, 1};
+  bool alpha = true;       // keep an alpha channel where the format has one
+  bool overwrite = false;  // replace an existing output
+  // Copy the audio streams of this file (usually the input) into the output.
+  std::filesystem::path audioFrom;
+  // Where in audioFrom's timeline the first written frame sits, in seconds from
+  // its first video frame: audio before it is skipped.
+  double audioStartSeconds = 0.0;
+  int h264Crf = 18;
+  std::string h264Preset = "veryfast";
+  int sequenceStartNumber = 0;  // number of the first PNG file
+};
+
+// Files and interruption:
+//  - Video files are written to "<output>.part" beside the output and renamed to
+//    the output name by finish(), so the output name only ever holds a complete,
+//    playable file. Stopping early (Ctrl-C) is: stop calling write(), call
+//    finish(); the output then holds the frames written so far. A process killed
+//    outright leaves only the .part file.
+//  - PNG frames are each written to "<frame>.part" and renamed, so no PNG is
+//    ever half-written.
+//  - An existing output (for sequences: any file matching the pattern) is an
+//    error unless overwrite is set. With overwrite, a video file is replaced at
+//    finish(); a sequence's old matching files are removed before the first new
+//    frame is written, so no stale frames remain after the new ones.
+//  - Nothing is created until the first frame is written; finish() with no
+//    frames leaves nothing behind.
+//  - Audio that the container cannot hold (PCM in MP4, any audio in a PNG
+//    sequence) is left out with a warning; it is never an error. Audio is cut
+//    at the end of the last written frame.
+class MediaWriter {
+ public:
+  // Checks the name, the format and the overwrite rule; throws MediaError
+  // (Unsupported, OutputExists, WriteFailed) before anything is written.
+  MediaWriter(const std::filesystem::path& output, WriterOptions options);
+  // Finishes a writer that was not finished; errors are swallowed there, so call
+  // finish() to see them.
+  ~MediaWriter();
+  MediaWriter(const MediaWriter&) = delete;
+  MediaWriter& operator=(const MediaWriter&) = delete;
+
+  // Appends one frame. Every frame must have the size of the first. Throws
+  // MediaError(InvalidArgument) for a wrong size, MediaError(WriteFailed) when
+  // encoding or writing fails.
+  void write(const ImageF& frame);
+
+  // Flushes the encoder, copies the remaining audio, writes the trailer and
+  // moves the file to its name. Idempotent. Throws MediaError(WriteFailed); the
+  // partial file is removed then.
+  void finish();
+
+  // Stops and deletes everything this writer created (the .part file, or the
+  // PNG frames it wrote).
+  void abandon();
+
+  OutputFormat format() const;
+  const std::filesystem::path& outputPath() const;  // as given (for a folder: the folder)
+  std::string sequencePattern() const;              // PNG sequences: the pattern written; else empty
+  std::int64_t framesWritten() const;
+  bool finished() const;
+  // Things the caller should tell the user: audio left out, odd size padded, 8-bit PNGs.
+  const std::vector<std::string>& warnings() const;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace dshost

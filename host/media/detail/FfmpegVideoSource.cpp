@@ -1,0 +1,295 @@
+#include "host/media/detail/FfmpegVideoSource.h"
+
+#if DRIFTSMEAR_HAVE_FFMPEG
+
+#include <algorithm>
+
+#include "host/media/MediaError.h"
+#include "host/media/detail/PixelPack.h"
+
+namespace dshost::detail {
+
+namespace {
+
+// Reading further ahead than this many frames seeks instead of decoding every
+// frame in between. x264's default key-frame interval is 250 frames, so a
+// shorter jump would often land on a key frame behind the current position.
+constexpr std::int64_t kSeekAheadFrames = 300;
+
+bool isFullRangeFormat(AVPixelFormat f) {
+  return f == AV_PIX_FMT_YUVJ420P || f == AV_PIX_FMT_YUVJ422P || f == AV_PIX_FMT_YUVJ444P ||
+         f == AV_PIX_FMT_YUVJ440P || f == AV_PIX_FMT_YUVJ411P;
+}
+
+int swsColorspaceOf(AVColorSpace space, int width, int height) {
+  switch (space) {
+    case AVCOL_SPC_BT709: return SWS_CS_ITU709;
+    case AVCOL_SPC_FCC: return SWS_CS_FCC;
+    case AVCOL_SPC_BT470BG:
+    case AVCOL_SPC_SMPTE170M: return SWS_CS_ITU601;
+    case AVCOL_SPC_SMPTE240M: return SWS_CS_SMPTE240M;
+    case AVCOL_SPC_BT2020_NCL:
+    case AVCOL_SPC_BT2020_CL: return SWS_CS_BT2020;
+    default: return defaultColorspaceFor(width, height);
+  }
+}
+
+}  // namespace
+
+FfmpegVideoSource::FfmpegVideoSource(const std::string& path, bool strict) : path_(path), strict_(strict) {
+  input_ = openInput(path_);
+  streamIndex_ = av_find_best_stream(input_.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+  if (streamIndex_ < 0) {
+    throw MediaError(MediaErrc::Unsupported, path_ + " has no video stream");
+  }
+  const int audioIndex = av_find_best_stream(input_.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+  AVStream* stream = input_->streams[streamIndex_];
+  const AVCodecParameters* par = stream->codecpar;
+  if (par->width <= 0 || par->height <= 0) {
+    throw MediaError(MediaErrc::Unreadable, path_ + ": the video stream has no picture size");
+  }
+
+  info_.kind = SourceKind::Video;
+  info_.width = par->width;
+  info_.height = par->height;
+  const AVRational rate = av_guess_frame_rate(input_.get(), stream, nullptr);
+  info_.frameRate = (rate.num > 0 && rate.den > 0) ? Rational{rate.num, rate.den}.reduced() : Rational{25, 1};
+  info_.timeBase = Rational{stream->time_base.num, stream->time_base.den};
+  const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(par->format));
+  info_.hasAlpha = desc && (desc->flags & AV_PIX_FMT_FLAG_ALPHA);
+  info_.pixelFormat = desc ? desc->name : "unknown";
+  info_.codecName = avcodec_get_name(par->codec_id);
+  if (audioIndex >= 0) {
+    info_.hasAudio = true;
+    info_.audioCodecName = avcodec_get_name(input_->streams[audioIndex]->codecpar->codec_id);
+  }
+  startPts_ = stream->start_time != AV_NOPTS_VALUE ? stream->start_time : 0;
+
+  for (unsigned i = 0; i < input_->nb_streams; ++i) {
+    if (static_cast<int>(i) != streamIndex_) input_->streams[i]->discard = AVDISCARD_ALL;
+  }
+  openDecoder();
+  packet_ = allocPacket();
+  frame_ = allocFrame();
+
+  info_.frameCount = stream->nb_frames > 0 ? stream->nb_frames : countPackets();
+  if (info_.frameCount <= 0) {
+    throw MediaError(MediaErrc::Unreadable, path_ + " holds no video frames");
+  }
+  if (stream->duration != AV_NOPTS_VALUE && stream->duration > 0) {
+    info_.durationSeconds = static_cast<double>(stream->duration) * av_q2d(stream->time_base);
+  } else {
+    info_.durationSeconds = static_cast<double>(info_.frameCount) / info_.frameRate.toDouble();
+  }
+}
+
+void FfmpegVideoSource::openDecoder() {
+  const AVStream* stream = input_->streams[streamIndex_];
+  const AVCodec* decoder = avcodec_find_decoder(stream->codecpar->codec_id);
+  if (!decoder) {
+    throw MediaError(MediaErrc::Unsupported, path_ + ": this FFmpeg has no decoder for " +
+                                                 avcodec_get_name(stream->codecpar->codec_id));
+  }
+  codec_.reset(avcodec_alloc_context3(decoder));
+  if (!codec_) throw std::bad_alloc();
+  int rc = avcodec_parameters_to_context(codec_.get(), stream->codecpar);
+  if (rc >= 0) {
+    codec_->pkt_timebase = stream->time_base;
+    codec_->thread_count = 0;  // one per core
+    codec_->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    codec_->err_recognition |= AV_EF_CRCCHECK;
+    rc = avcodec_open2(codec_.get(), decoder, nullptr);
+  }
+  if (rc < 0) {
+    throw MediaError(MediaErrc::Unreadable, path_ + ": cannot start the " + decoder->name + " decoder: " + avErrorText(rc));
+  }
+  flushSent_ = false;
+  pending_ = false;
+  haveCurrent_ = false;
+  nextIndex_ = 0;
+}
+
+std::int64_t FfmpegVideoSource::countPackets() const {
+  InputContextPtr counter = openInput(path_);
+  for (unsigned i = 0; i < counter->nb_streams; ++i) {
+    if (static_cast<int>(i) != streamIndex_) counter->streams[i]->discard = AVDISCARD_ALL;
+  }
+  PacketPtr packet = allocPacket();
+  std::int64_t count = 0;
+  while (av_read_frame(counter.get(), packet.get()) >= 0) {
+    if (packet->stream_index == streamIndex_) ++count;
+    av_packet_unref(packet.get());
+  }
+  return count;
+}
+
+void FfmpegVideoSource::fail(std::int64_t index, const std::string& what) {
+  needSeek_ = true;
+  haveCurrent_ = false;
+  pending_ = false;
+  throw FrameDecodeError(index, path_ + ": frame " + std::to_string(index) + " cannot be decoded: " + what);
+}
+
+std::int64_t FfmpegVideoSource::indexFromTimestamp(std::int64_t pts) const {
+  const AVRational tb = input_->streams[streamIndex_]->time_base;
+  const AVRational frameDuration{static_cast<int>(info_.frameRate.den), static_cast<int>(info_.frameRate.num)};
+  return av_rescale_q(pts - startPts_, tb, frameDuration);
+}
+
+bool FfmpegVideoSource::decodeNext(AVFrame* frame) {
+  for (;;) {
+    int rc = avcodec_receive_frame(codec_.get(), frame);
+    if (rc == 0) {
+      ++decodedFrames_;
+      if (strict_ && (frame->decode_error_flags != 0 || (frame->flags & AV_FRAME_FLAG_CORRUPT))) {
+        av_frame_unref(frame);
+        fail(nextIndex_, "the decoder found damaged data");
+      }
+      return true;
+    }
+    if (rc == AVERROR_EOF) return false;
+    if (rc != AVERROR(EAGAIN)) fail(nextIndex_, avErrorText(rc));
+    if (flushSent_) return false;
+
+    rc = av_read_frame(input_.get(), packet_.get());
+    if (rc == AVERROR_EOF || (rc < 0 && input_->pb && avio_feof(input_->pb))) {
+      avcodec_send_packet(codec_.get(), nullptr);  // drain the frames the decoder still holds
+      flushSent_ = true;
+      continue;
+    }
+    if (rc < 0) fail(nextIndex_, "reading the file failed: " + avErrorText(rc));
+    if (packet_->stream_index != streamIndex_) {
+      av_packet_unref(packet_.get());
+      continue;
+    }
+    // With frame threading a damaged packet is reported before the frames ahead
+    // of it come out, so its own timestamp names the frame.
+    const std::int64_t packetIndex = packet_->pts != AV_NOPTS_VALUE ? indexFromTimestamp(packet_->pts) : nextIndex_;
+    rc = avcodec_send_packet(codec_.get(), packet_.get());
+    av_packet_unref(packet_.get());
+    if (rc < 0 && rc != AVERROR(EAGAIN)) fail(std::max(packetIndex, nextIndex_), avErrorText(rc));
+  }
+}
+
+void FfmpegVideoSource::rewind() {
+  input_ = openInput(path_);
+  for (unsigned i = 0; i < input_->nb_streams; ++i) {
+    if (static_cast<int>(i) != streamIndex_) input_->streams[i]->discard = AVDISCARD_ALL;
+  }
+  openDecoder();
+}
+
+void FfmpegVideoSource::seekTo(std::int64_t index) {
+  needSeek_ = false;
+  if (index == 0) {
+    rewind();
+    return;
+  }
+  AVStream* stream = input_->streams[streamIndex_];
+  const AVRational frameDuration{static_cast<int>(info_.frameRate.den), static_cast<int>(info_.frameRate.num)};
+  const std::int64_t target = startPts_ + av_rescale_q(index, frameDuration, stream->time_base);
+  if (avformat_seek_file(input_.get(), streamIndex_, INT64_MIN, target, target, 0) < 0) {
+    rewind();
+    return;
+  }
+  avcodec_flush_buffers(codec_.get());
+  flushSent_ = false;
+  pending_ = false;
+  haveCurrent_ = false;
+  // The first frame after the key frame tells where the seek landed.
+  if (!decodeNext(frame_.get()) || frame_->best_effort_timestamp == AV_NOPTS_VALUE) {
+    rewind();
+    return;
+  }
+  const std::int64_t landed = indexFromTimestamp(frame_->best_effort_timestamp);
+  if (landed > index) {
+    rewind();
+    return;
+  }
+  nextIndex_ = landed;
+  pending_ = true;
+}
+
+void FfmpegVideoSource::read(std::int64_t index, ImageF& out) {
+  if (index < 0 || index >= info_.frameCount) {
+    throw MediaError(MediaErrc::InvalidArgument, path_ + ": frame " + std::to_string(index) + " is outside 0.." +
+                                                     std::to_string(info_.frameCount - 1));
+  }
+  if (!needSeek_ && haveCurrent_ && !pending_ && index == nextIndex_ - 1) {
+    convert(frame_.get(), out);
+    return;
+  }
+  if (needSeek_ || index < nextIndex_ || index > nextIndex_ + kSeekAheadFrames) seekTo(index);
+  for (;;) {
+    if (!pending_) {
+      haveCurrent_ = false;
+      if (!decodeNext(frame_.get())) {
+        fail(index, "the stream ends after " + std::to_string(nextIndex_) + " of " +
+                        std::to_string(info_.frameCount) + " frames (damaged or truncated file)");
+      }
+    }
+    pending_ = false;
+    haveCurrent_ = true;
+    if (nextIndex_++ == index) {
+      convert(frame_.get(), out);
+      return;
+    }
+  }
+}
+
+void FfmpegVideoSource::convert(const AVFrame* frame, ImageF& out) {
+  const AVPixelFormat format = static_cast<AVPixelFormat>(frame->format);
+  const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(format);
+  if (!desc) fail(nextIndex_ - 1, "the decoder returned no pixel format");
+  const bool wide = desc->comp[0].depth > 8 || (desc->flags & AV_PIX_FMT_FLAG_FLOAT);
+  const bool rgb = (desc->flags & AV_PIX_FMT_FLAG_RGB) || desc->nb_components <= 2;
+  const int colorspace = rgb ? -1 : swsColorspaceOf(frame->colorspace, frame->width, frame->height);
+  const int range = rgb ? -1 : ((isFullRangeFormat(format) || frame->color_range == AVCOL_RANGE_JPEG) ? 1 : 0);
+
+  if (!sws_ || format != swsFormat_ || frame->width != swsWidth_ || frame->height != swsHeight_ ||
+      colorspace != swsColorspace_ || range != swsRange_) {
+    const AVPixelFormat target = wide ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA;
+    sws_.reset(sws_getContext(frame->width, frame->height, format, info_.width, info_.height, target,
+                              SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr,
+                              nullptr, nullptr));
+    if (!sws_) fail(nextIndex_ - 1, std::string("cannot convert from pixel format ") + desc->name);
+    if (!rgb) {
+      sws_setColorspaceDetails(sws_.get(), sws_getCoefficients(colorspace), range,
+                               sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
+    }
+    swsFormat_ = format;
+    swsWidth_ = frame->width;
+    swsHeight_ = frame->height;
+    swsColorspace_ = colorspace;
+    swsRange_ = range;
+    swsWide_ = wide;
+  }
+
+  const int bytesPerPixel = swsWide_ ? 8 : 4;
+  const int stride = FFALIGN(info_.width * bytesPerPixel, 64);
+  const std::size_t needed = static_cast<std::size_t>(stride) * static_cast<std::size_t>(info_.height);
+  if (!rgba_ || rgbaSize_ < needed) {
+    rgba_.reset(static_cast<std::uint8_t*>(av_malloc(needed)));
+    if (!rgba_) throw std::bad_alloc();
+    rgbaSize_ = needed;
+  }
+  std::uint8_t* dstData[4] = {rgba_.get(), nullptr, nullptr, nullptr};
+  int dstStride[4] = {stride, 0, 0, 0};
+  sws_scale(sws_.get(), frame->data, frame->linesize, 0, frame->height, dstData, dstStride);
+
+  out.width = info_.width;
+  out.height = info_.height;
+  out.bgra.resize(out.pixelCount() * 4);
+  if (swsWide_) {
+    unpack16(reinterpret_cast<const std::uint16_t*>(rgba_.get()), stride, 4, out);
+  } else {
+    unpack8(rgba_.get(), stride, 4, out);
+  }
+  if (!info_.hasAlpha) {
+    for (std::size_t i = 3; i < out.bgra.size(); i += 4) out.bgra[i] = 1.0f;
+  }
+}
+
+}  // namespace dshost::detail
+
+#endif
