@@ -164,7 +164,8 @@ void FillPolygons(const RasterTarget& target, const std::vector<std::vector<Poin
   }
   if (edges.empty()) return;
 
-  const Box area = Box::Bounds(polygons).Intersect(clip).Intersect(target.Full());
+  const Box limit = clip.Intersect(target.Full());
+  const Box area = Box::Bounds(polygons).Intersect(limit);
   if (area.Empty()) return;
   const int row_first = static_cast<int>(std::floor(area.y0));
   const int row_last = static_cast<int>(std::ceil(area.y1)) - 1;
@@ -172,6 +173,10 @@ void FillPolygons(const RasterTarget& target, const std::vector<std::vector<Poin
   const int col_last = static_cast<int>(std::ceil(area.x1)) - 1;
   const int samples = SubScanlines(aa);
   const float weight = 1.0f / static_cast<float>(samples);
+  // Without anti-aliasing a pixel is in when its centre is: span ends (and
+  // the clip's) snap to the first pixel whose centre lies beyond them.
+  auto snap = [samples](float x) { return samples == 1 ? std::ceil(x - 0.5f) : x; };
+  const float clip_x0 = snap(limit.x0), clip_x1 = snap(limit.x1);
 
   std::vector<float> coverage(static_cast<std::size_t>(col_last - col_first + 1));
   std::vector<Crossing> crossings;
@@ -180,7 +185,7 @@ void FillPolygons(const RasterTarget& target, const std::vector<std::vector<Poin
     bool any = false;
     for (int s = 0; s < samples; ++s) {
       const float sy = static_cast<float>(y) + (static_cast<float>(s) + 0.5f) * weight;
-      if (sy < area.y0 || sy >= area.y1) continue;
+      if (sy < limit.y0 || sy >= limit.y1) continue;
       crossings.clear();
       for (const Edge& e : edges) {
         const float lo = std::min(e.y0, e.y1), hi = std::max(e.y0, e.y1);
@@ -194,14 +199,8 @@ void FillPolygons(const RasterTarget& target, const std::vector<std::vector<Poin
         winding += crossings[i].dir;
         const bool inside = rule == FillRule::EvenOdd ? (winding & 1) != 0 : winding != 0;
         if (!inside) continue;
-        float xa = crossings[i].x, xb = crossings[i + 1].x;
-        if (samples == 1) {
-          // Without anti-aliasing a pixel is in when its centre is.
-          xa = std::ceil(xa - 0.5f);
-          xb = std::ceil(xb - 0.5f);
-        }
-        xa = std::max(xa, area.x0);
-        xb = std::min(xb, area.x1);
+        const float xa = std::max(snap(crossings[i].x), clip_x0);
+        const float xb = std::min(snap(crossings[i + 1].x), clip_x1);
         if (xb > xa) {
           AccumulateSpan(coverage, col_first, xa, xb, weight);
           any = true;
