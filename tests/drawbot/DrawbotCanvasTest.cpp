@@ -1,5 +1,6 @@
 // The canvas itself: PNG files, clearing, the published suite list, and the
 // About image the plug-in ships.
+#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <iterator>
@@ -78,6 +79,34 @@ TEST(DrawbotSuiteEntries, PublishTheNamesAndVersionsPlugInsAcquire) {
   const DRAWBOT_Suites set = DrawbotSuiteSet();
   EXPECT_EQ(set.surface_suiteP, DrawbotSurfaceSuite());
   EXPECT_NE(set.surface_suiteP->GetTransformToScreenScale, nullptr);
+}
+
+// Plug-ins index these tables by position and pass these values: a moved
+// member or a renumbered constant breaks every compiled plug-in.
+TEST(DrawbotSuiteLayout, MembersAndConstantsKeepTheirPlaces) {
+  constexpr std::size_t kPtr = sizeof(void*);
+  EXPECT_EQ(sizeof(DRAWBOT_DrawbotSuite1), 2 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, NewBrush), 1 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, NewDefaultFont), 4 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, NewImageFromBuffer), 5 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, NewPath), 6 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, ReleaseObject), 12 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_SurfaceSuite2, FillPath), 3 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_SurfaceSuite2, DrawString), 9 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_SurfaceSuite2, DrawImage), 10 * kPtr);
+  EXPECT_EQ(sizeof(DRAWBOT_SurfaceSuite2), 17 * kPtr);
+  EXPECT_EQ(offsetof(DRAWBOT_PathSuite1, AddRect), 3 * kPtr);
+  EXPECT_EQ(sizeof(DRAWBOT_PathSuite1), 6 * kPtr);
+  EXPECT_EQ(sizeof(DRAWBOT_ColorRGBA), 16u);
+  EXPECT_EQ(offsetof(DRAWBOT_RectF32, width), 8u);
+  EXPECT_EQ(sizeof(DRAWBOT_UTF16Char), 2u);
+  EXPECT_EQ(kDRAWBOT_PixelLayout_32BGR, 3);
+  EXPECT_EQ(kDRAWBOT_PixelLayout_32BGRA_Premul, 7);
+  EXPECT_EQ(kDRAWBOT_FillType_Winding, 1);
+  EXPECT_EQ(kDRAWBOT_FillType_Default, kDRAWBOT_FillType_Winding);
+  EXPECT_EQ(kDRAWBOT_TextAlignment_Right, 2);
+  EXPECT_EQ(kDRAWBOT_TextTruncation_PathEllipsis, 3);
+  EXPECT_EQ(kDRAWBOT_SurfaceSuite_VersionCurrent, 2);
 }
 
 // The panel draws the About image as 32BGR, ignoring alpha, on a
