@@ -1,0 +1,234 @@
+// Kernel support layer: pixel reads and writes in 32-bit float or 16-bit half
+// form. The buffer pointer is typed as float pixels in both forms; in half
+// form pixel `index` covers halves [4 * index, 4 * index + 3] (or 2 and 1 for
+// the narrower forms). Half writes always round toward zero.
+#ifndef DRIFTSMEAR_KERNELS_KERNEL_MEMORY_H
+#define DRIFTSMEAR_KERNELS_KERNEL_MEMORY_H
+
+#include "kernels/KernelCore.h"
+#include "kernels/KernelHalf.h"
+
+GF_NAMESPACE_BEGIN
+
+#if GF_DEVICE_TARGET_OPENCL
+
+// Without GF_OPENCL_SUPPORTS_16F the half paths are compiled out and every
+// access is a 32-bit one, whatever the flag says.
+GF_DEVICE_FUNCTION float4 ReadFloat4(GF_PTR_READ_ONLY(float4) image, int index, bool is16Bit) {
+#if GF_OPENCL_SUPPORTS_16F
+  if (is16Bit) {
+    return vload_half4((size_t)index, (const __global half*)image);
+  }
+#else
+  (void)is16Bit;
+#endif
+  return image[index];
+}
+
+GF_DEVICE_FUNCTION void WriteFloat4(float4 pixel, GF_PTR(float4) image, int index, bool is16Bit) {
+#if GF_OPENCL_SUPPORTS_16F
+  if (is16Bit) {
+    vstore_half4_rtz(pixel, (size_t)index, (__global half*)image);
+    return;
+  }
+#else
+  (void)is16Bit;
+#endif
+  image[index] = pixel;
+}
+
+GF_DEVICE_FUNCTION float2 ReadFloat2(GF_PTR_READ_ONLY(float2) image, int index, bool is16Bit) {
+#if GF_OPENCL_SUPPORTS_16F
+  if (is16Bit) {
+    return vload_half2((size_t)index, (const __global half*)image);
+  }
+#else
+  (void)is16Bit;
+#endif
+  return image[index];
+}
+
+GF_DEVICE_FUNCTION void WriteFloat2(float2 pixel, GF_PTR(float2) image, int index, bool is16Bit) {
+#if GF_OPENCL_SUPPORTS_16F
+  if (is16Bit) {
+    vstore_half2_rtz(pixel, (size_t)index, (__global half*)image);
+    return;
+  }
+#else
+  (void)is16Bit;
+#endif
+  image[index] = pixel;
+}
+
+GF_DEVICE_FUNCTION float ReadFloat(GF_PTR_READ_ONLY(float) image, int index, bool is16Bit) {
+#if GF_OPENCL_SUPPORTS_16F
+  if (is16Bit) {
+    return vload_half((size_t)index, (const __global half*)image);
+  }
+#else
+  (void)is16Bit;
+#endif
+  return image[index];
+}
+
+GF_DEVICE_FUNCTION void WriteFloat(float value, GF_PTR(float) image, int index, bool is16Bit) {
+#if GF_OPENCL_SUPPORTS_16F
+  if (is16Bit) {
+    vstore_half_rtz(value, (size_t)index, (__global half*)image);
+    return;
+  }
+#else
+  (void)is16Bit;
+#endif
+  image[index] = value;
+}
+
+#elif GF_DEVICE_TARGET_CUDA
+
+GF_DEVICE_FUNCTION float4 ReadFloat4(GF_PTR_READ_ONLY(float4) image, int index, bool is16Bit) {
+  if (is16Bit) {
+    const ushort4 h = reinterpret_cast<const ushort4*>(image)[index];
+    return make_float4(HalfBitsToFloat(h.x), HalfBitsToFloat(h.y), HalfBitsToFloat(h.z), HalfBitsToFloat(h.w));
+  }
+  return image[index];
+}
+
+GF_DEVICE_FUNCTION void WriteFloat4(float4 pixel, GF_PTR(float4) image, int index, bool is16Bit) {
+  if (is16Bit) {
+    reinterpret_cast<ushort4*>(image)[index] =
+        make_ushort4(FloatToHalfBitsRtz(pixel.x), FloatToHalfBitsRtz(pixel.y), FloatToHalfBitsRtz(pixel.z),
+                     FloatToHalfBitsRtz(pixel.w));
+    return;
+  }
+  image[index] = pixel;
+}
+
+GF_DEVICE_FUNCTION float2 ReadFloat2(GF_PTR_READ_ONLY(float2) image, int index, bool is16Bit) {
+  if (is16Bit) {
+    const ushort2 h = reinterpret_cast<const ushort2*>(image)[index];
+    return make_float2(HalfBitsToFloat(h.x), HalfBitsToFloat(h.y));
+  }
+  return image[index];
+}
+
+GF_DEVICE_FUNCTION void WriteFloat2(float2 pixel, GF_PTR(float2) image, int index, bool is16Bit) {
+  if (is16Bit) {
+    reinterpret_cast<ushort2*>(image)[index] =
+        make_ushort2(FloatToHalfBitsRtz(pixel.x), FloatToHalfBitsRtz(pixel.y));
+    return;
+  }
+  image[index] = pixel;
+}
+
+GF_DEVICE_FUNCTION float ReadFloat(GF_PTR_READ_ONLY(float) image, int index, bool is16Bit) {
+  if (is16Bit) {
+    return HalfBitsToFloat(reinterpret_cast<const unsigned short*>(image)[index]);
+  }
+  return image[index];
+}
+
+GF_DEVICE_FUNCTION void WriteFloat(float value, GF_PTR(float) image, int index, bool is16Bit) {
+  if (is16Bit) {
+    reinterpret_cast<unsigned short*>(image)[index] = FloatToHalfBitsRtz(value);
+    return;
+  }
+  image[index] = value;
+}
+
+#else  // host
+
+// Host buffers are reached through memcpy: the same memory is read as floats
+// or as halves depending on the flag.
+template <int N>
+inline void ReadHalves(const void* image, int index, float* out) {
+  std::uint16_t halves[N];
+  std::memcpy(halves, static_cast<const unsigned char*>(image) + static_cast<std::ptrdiff_t>(index) * N * 2,
+              sizeof halves);
+  for (int i = 0; i < N; ++i) {
+    out[i] = HalfBitsToFloat(halves[i]);
+  }
+}
+
+template <int N>
+inline void WriteHalves(const float* in, void* image, int index) {
+  std::uint16_t halves[N];
+  for (int i = 0; i < N; ++i) {
+    halves[i] = FloatToHalfBitsRtz(in[i]);
+  }
+  std::memcpy(static_cast<unsigned char*>(image) + static_cast<std::ptrdiff_t>(index) * N * 2, halves,
+              sizeof halves);
+}
+
+template <int N>
+inline void ReadFloats(const void* image, int index, float* out) {
+  std::memcpy(out, static_cast<const unsigned char*>(image) + static_cast<std::ptrdiff_t>(index) * N * 4,
+              sizeof(float) * N);
+}
+
+template <int N>
+inline void WriteFloats(const float* in, void* image, int index) {
+  std::memcpy(static_cast<unsigned char*>(image) + static_cast<std::ptrdiff_t>(index) * N * 4, in,
+              sizeof(float) * N);
+}
+
+inline float4 ReadFloat4(const float4* image, int index, bool is16Bit) {
+  float v[4];
+  if (is16Bit) {
+    ReadHalves<4>(image, index, v);
+  } else {
+    ReadFloats<4>(image, index, v);
+  }
+  return make_float4(v[0], v[1], v[2], v[3]);
+}
+
+inline void WriteFloat4(float4 pixel, float4* image, int index, bool is16Bit) {
+  const float v[4] = {pixel.x, pixel.y, pixel.z, pixel.w};
+  if (is16Bit) {
+    WriteHalves<4>(v, image, index);
+  } else {
+    WriteFloats<4>(v, image, index);
+  }
+}
+
+inline float2 ReadFloat2(const float2* image, int index, bool is16Bit) {
+  float v[2];
+  if (is16Bit) {
+    ReadHalves<2>(image, index, v);
+  } else {
+    ReadFloats<2>(image, index, v);
+  }
+  return make_float2(v[0], v[1]);
+}
+
+inline void WriteFloat2(float2 pixel, float2* image, int index, bool is16Bit) {
+  const float v[2] = {pixel.x, pixel.y};
+  if (is16Bit) {
+    WriteHalves<2>(v, image, index);
+  } else {
+    WriteFloats<2>(v, image, index);
+  }
+}
+
+inline float ReadFloat(const float* image, int index, bool is16Bit) {
+  float v;
+  if (is16Bit) {
+    ReadHalves<1>(image, index, &v);
+  } else {
+    ReadFloats<1>(image, index, &v);
+  }
+  return v;
+}
+
+inline void WriteFloat(float value, float* image, int index, bool is16Bit) {
+  if (is16Bit) {
+    WriteHalves<1>(&value, image, index);
+  } else {
+    WriteFloats<1>(&value, image, index);
+  }
+}
+
+#endif
+
+GF_NAMESPACE_END
+
+#endif  // DRIFTSMEAR_KERNELS_KERNEL_MEMORY_H
