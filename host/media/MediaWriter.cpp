@@ -306,6 +306,11 @@ class ContainerSink final : public Sink {
     frame_->format = pixelFormat_;
     frame_->width = encodedWidth_;
     frame_->height = encodedHeight_;
+    // Some encoders (prores_ks) take the colour tags from each frame, not from the context.
+    frame_->colorspace = encoder_->colorspace;
+    frame_->color_primaries = encoder_->color_primaries;
+    frame_->color_trc = encoder_->color_trc;
+    frame_->color_range = encoder_->color_range;
     if (av_frame_get_buffer(frame_.get(), 0) < 0) throw std::bad_alloc();
     packet_ = detail::allocPacket();
 
@@ -466,8 +471,10 @@ class ContainerSink final : public Sink {
       const double start = static_cast<double>(shifted) * av_q2d(tb);
       if (start >= endSeconds) return;  // keep it for the next frame
       audioHeld_ = false;
+      // A packet ending exactly at zero is kept: at the start of a file that is
+      // the encoder's priming packet, and elsewhere it primes the decoder.
       const double end = start + static_cast<double>(std::max<std::int64_t>(packet->duration, 0)) * av_q2d(tb);
-      if (end <= 0.0 && start < 0.0) {  // wholly before the first frame written
+      if (end < 0.0) {  // wholly before the first frame written
         av_packet_unref(packet);
         continue;
       }

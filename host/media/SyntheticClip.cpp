@@ -50,13 +50,29 @@ struct ShapeSample {
   Colour colour;
 };
 
-// Draws a shape over the image with one-pixel anti-aliased edges.
+// Draws a shape over the image with one-pixel anti-aliased edges, after a soft
+// shadow offset down and to the right (both scale with the frame height).
 template <typename Sampler>
 void drawShape(ImageF& image, float cx, float cy, float radius, Sampler sample) {
-  const int x0 = std::max(0, static_cast<int>(std::floor(cx - radius - 2)));
-  const int x1 = std::min(image.width - 1, static_cast<int>(std::ceil(cx + radius + 2)));
-  const int y0 = std::max(0, static_cast<int>(std::floor(cy - radius - 2)));
-  const int y1 = std::min(image.height - 1, static_cast<int>(std::ceil(cy + radius + 2)));
+  const float offset = 0.012f * static_cast<float>(image.height), blur = 0.02f * static_cast<float>(image.height) + 1.0f;
+  const float reach = radius + offset + blur + 2.0f;
+  const int x0 = std::max(0, static_cast<int>(std::floor(cx - reach)));
+  const int x1 = std::min(image.width - 1, static_cast<int>(std::ceil(cx + reach)));
+  const int y0 = std::max(0, static_cast<int>(std::floor(cy - reach)));
+  const int y1 = std::min(image.height - 1, static_cast<int>(std::ceil(cy + reach)));
+  for (int y = y0; y <= y1; ++y) {
+    for (int x = x0; x <= x1; ++x) {
+      const float px = static_cast<float>(x) + 0.5f - cx - offset;
+      const float py = static_cast<float>(y) + 0.5f - cy - offset;
+      const float shadow = 0.4f * (1.0f - smoothstep(-blur, blur, sample(px, py).distance));
+      if (shadow <= 0.0f) continue;
+      float* p = image.pixel(x, y);
+      p[0] *= 1.0f - shadow;
+      p[1] *= 1.0f - shadow;
+      p[2] *= 1.0f - shadow;
+      p[3] += (1.0f - p[3]) * shadow;
+    }
+  }
   for (int y = y0; y <= y1; ++y) {
     for (int x = x0; x <= x1; ++x) {
       const float px = static_cast<float>(x) + 0.5f - cx;

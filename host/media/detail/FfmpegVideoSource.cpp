@@ -162,12 +162,13 @@ bool FfmpegVideoSource::decodeNext(AVFrame* frame) {
       av_packet_unref(packet_.get());
       continue;
     }
-    // With frame threading a damaged packet is reported before the frames ahead
-    // of it come out, so its own timestamp names the frame.
-    const std::int64_t packetIndex = packet_->pts != AV_NOPTS_VALUE ? indexFromTimestamp(packet_->pts) : nextIndex_;
+    // A failure here belongs to the next frame due out: with frame threading the
+    // decoder reports a frame's error when that frame would be handed out, not
+    // when its packet goes in; with reordering the frames between cannot be
+    // trusted either. Either way the frames before nextIndex_ were good.
     rc = avcodec_send_packet(codec_.get(), packet_.get());
     av_packet_unref(packet_.get());
-    if (rc < 0 && rc != AVERROR(EAGAIN)) fail(std::max(packetIndex, nextIndex_), avErrorText(rc));
+    if (rc < 0 && rc != AVERROR(EAGAIN)) fail(nextIndex_, avErrorText(rc));
   }
 }
 

@@ -1,0 +1,108 @@
+// Shared pieces of the media tests: a scratch folder per test, small generated
+// clips, and helpers to write and inspect media files.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "host/media/Image.h"
+#include "host/media/MediaReader.h"
+#include "host/media/MediaWriter.h"
+#include "host/media/SyntheticClip.h"
+
+#if defined(_WIN32)
+#include <process.h>
+#define DS_TEST_PID _getpid()
+#else
+#include <unistd.h>
+#define DS_TEST_PID getpid()
+#endif
+
+namespace dshost::testing {
+
+// A fresh folder, removed with everything in it when the test ends.
+class ScratchDir {
+ public:
+  ScratchDir() {
+    static std::atomic<int> counter{0};
+    const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    const std::string name = test ? std::string(test->test_suite_name()) + "-" + test->name() : "media";
+    path_ = std::filesystem::temp_directory_path() /
+            ("driftsmear-media-" + std::to_string(DS_TEST_PID) + "-" + std::to_string(counter++) + "-" + name);
+    std::filesystem::remove_all(path_);
+    std::filesystem::create_directories(path_);
+  }
+  ~ScratchDir() {
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+  }
+  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+#define DS_REQUIRE_FFMPEG()                                                            \
+  do {                                                                                 \
+    if (!::dshost::mediaHasFfmpeg()) GTEST_SKIP() << "this build has no FFmpeg";       \
+  } while (0)
+
+inline SyntheticClipOptions smallClip(std::int64_t frames = 8, bool alpha = false, int width = 64, int height = 48) {
+  SyntheticClipOptions options;
+  options.width = width;
+  options.height = height;
+  options.frameCount = frames;
+  options.frameRate = Rational{30, 1};
+  options.alpha = alpha;
+  return options;
+}
+
+// Writes every frame of a generated clip and finishes the file.
+inline void writeClip(const SyntheticClip& clip, const std::filesystem::path& output, WriterOptions options = {}) {
+  options.frameRate = clip.info().frameRate;
+  MediaWriter writer(output, options);
+  for (std::int64_t i = 0; i < clip.info().frameCount; ++i) writer.write(clip.frame(i));
+  writer.finish();
+}
+
+inline std::string readFileBytes(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+inline void writeFileBytes(const std::filesystem::path& path, const std::string& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+inline std::vector<std::string> filesIn(const std::filesystem::path& dir) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(dir)) names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// The ffmpeg command-line tool, used only to make inputs our writer cannot
+// (clips with an audio track).
+inline bool haveFfmpegTool() {
+#if defined(_WIN32)
+  return false;
+#else
+  static const bool found = std::system("ffmpeg -hide_banner -version >/dev/null 2>&1") == 0;
+  return found;
+#endif
+}
+
+inline bool runFfmpegTool(const std::string& arguments) {
+  const std::string command = "ffmpeg -hide_banner -loglevel error -nostdin -y " + arguments + " >/dev/null 2>&1";
+  return std::system(command.c_str()) == 0;
+}
+
+}  // namespace dshost::testing
