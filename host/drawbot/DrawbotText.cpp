@@ -102,6 +102,10 @@ float FontFace::Descent(float pixel_size) const {
 
 void FontFace::Draw(const RasterTarget& target, std::u32string_view text, float pixel_size, PointF origin,
                     const DRAWBOT_ColorRGBA& color, const Box& clip, bool antialias) const {
+  // Far outside any canvas nothing can show; this also keeps the pixel
+  // positions below within int range.
+  constexpr float kFar = 1.0e6f;
+  if (!(std::fabs(origin.x) < kFar && std::fabs(origin.y) < kFar && pixel_size < kFar)) return;
   const float scale = impl_->Scale(pixel_size);
   // Baselines sit on pixel boundaries so that stems stay crisp; horizontal
   // positions keep their fraction through sub-pixel glyph rendering.
@@ -127,6 +131,7 @@ void FontFace::Draw(const RasterTarget& target, std::u32string_view text, float 
       BlendMask(target, mask.data(), w, h, w, static_cast<int>(whole) + x0, baseline + y0, color, clip, !antialias);
     }
     pen_x += scale * static_cast<float>(advance);
+    if (pen_x > kFar) break;
   }
 }
 

@@ -153,6 +153,26 @@ TEST_F(DrawbotFillTest, StrokesOutlineAndArcsFillDiscs) {
   EXPECT_LT(canvas.Pixel(35, 29).a, 255);
 }
 
+TEST_F(DrawbotFillTest, GeometryFarOffCanvasDrawsNothing) {
+  DrawbotCanvas canvas(8, 8, kPanel);
+  Open(canvas);
+  EXPECT_EQ(FillRect({1e30f, 1e30f, 1e30f, 1e30f}, kRed), kSPNoError);
+  EXPECT_EQ(FillRect({-1e30f, 2, 1e25f, 3}, kRed), kSPNoError);  // ends far left of the canvas
+  const DRAWBOT_MatrixF32 huge = {{{1e30f, 0, 0}, {0, 1e30f, 0}, {0, 0, 1}}};
+  ASSERT_EQ(suites_.surface_suiteP->Transform(surface_, &huge), kSPNoError);
+  EXPECT_EQ(FillRect({1e10f, 1e10f, 1, 1}, kRed), kSPNoError);  // overflows to infinity
+  const std::uint8_t pixel[4] = {0, 0, 255, 255};
+  DRAWBOT_ImageRef image = nullptr;
+  ASSERT_EQ(suites_.supplier_suiteP->NewImageFromBuffer(supplier_, 1, 1, 4, kDRAWBOT_PixelLayout_32BGR, pixel, &image),
+            kSPNoError);
+  Held image_hold(image);
+  const DRAWBOT_PointF32 far{-1e30f, 1e30f};
+  EXPECT_EQ(suites_.surface_suiteP->DrawImage(surface_, image, &far, 1.0f), kSPNoError);
+  for (int y = 0; y < 8; ++y) {
+    for (int x = 0; x < 8; ++x) ASSERT_EQ(canvas.Pixel(x, y), kPanelPixel) << x << "," << y;
+  }
+}
+
 TEST_F(DrawbotFillTest, RejectsBadArgumentsWithoutDrawing) {
   DrawbotCanvas canvas(8, 8, kPanel);
   Open(canvas);

@@ -77,6 +77,8 @@ TEST_F(DrawbotTextTest, GlyphsSitOnTheBaselineInBrushColour) {
   const InkBox descender = Draw(u"gy", {10, 40}, 20.0f);
   EXPECT_GE(descender.bottom, 43);
   EXPECT_LE(descender.bottom, 40 + 6);
+
+  EXPECT_TRUE(Draw(u"far away", {-1e30f, 1e30f}, 20.0f).Empty());
 }
 
 TEST_F(DrawbotTextTest, SizeScalesTheInk) {
