@@ -473,7 +473,7 @@ class ContainerSink final : public Sink {
       audioHeld_ = false;
       // A packet ending exactly at zero is kept: at the start of a file that is
       // the encoder's priming packet, and elsewhere it primes the decoder.
-      const double end = start + static_cast<double>(std::max<std::int64_t>(packet->duration, 0)) * av_q2d(tb);
+      const double end = start + packetSeconds(*packet, *in->streams[sourceIndex]);
       if (end < 0.0) {  // wholly before the first frame written
         av_packet_unref(packet);
         continue;
@@ -487,6 +487,14 @@ class ContainerSink final : public Sink {
       const int rc = av_interleaved_write_frame(output_.get(), packet);
       if (rc < 0) fail("cannot write audio to " + part_.string(), rc);
     }
+  }
+
+  // A packet's length; Matroska often leaves it out, then one codec frame is assumed.
+  static double packetSeconds(const AVPacket& packet, const AVStream& stream) {
+    if (packet.duration > 0) return static_cast<double>(packet.duration) * av_q2d(stream.time_base);
+    const AVCodecParameters* par = stream.codecpar;
+    if (par->frame_size > 0 && par->sample_rate > 0) return static_cast<double>(par->frame_size) / par->sample_rate;
+    return 0.0;
   }
 
   fs::path final_, part_;
