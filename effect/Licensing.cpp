@@ -17,6 +17,10 @@ const char* LicenceLine(const LicenceState& state) {
   return state.is_activated ? kRegisteredLicenceLine : kUnregisteredLicenceLine;
 }
 
+const char* OptionsButtonLabel(const LicenceState& state) {
+  return state.is_activated ? kRegisteredButtonLabel : kUnregisteredButtonLabel;
+}
+
 PF_Err LicensingCommandHook(const LicensingCommand& command, PF_InData* in_data, PF_OutData* out_data) {
   if (command.cmd == PF_Cmd_ABOUT) {
     return About(in_data, out_data, CurrentLicenceState());

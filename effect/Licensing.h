@@ -16,8 +16,14 @@ LicenceState CurrentLicenceState();
 // The licence line of the About text.
 const char* LicenceLine(const LicenceState& state);
 
+// The first label of the Effect Controls options button, given at global
+// setup under After Effects.
+const char* OptionsButtonLabel(const LicenceState& state);
+
 inline constexpr const char* kRegisteredLicenceLine = "Registered copy. Thank you!";
 inline constexpr const char* kUnregisteredLicenceLine = "Unregistered copy. Purchase a licence to remove the X.";
+inline constexpr const char* kRegisteredButtonLabel = "Licence";
+inline constexpr const char* kUnregisteredButtonLabel = "Activate";
 inline constexpr const char* kStoreURL = "https://quarnbrook-graphics.example/store";
 
 // What the entry point tells the hook about a call.
