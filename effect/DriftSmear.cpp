@@ -260,12 +260,280 @@ PF_Err GlobalSetdown(PF_InData* in_data, PF_OutData* /*out_data*/, PF_ParamDef* 
 
 // ---- Smart render -------------------------------------------------------------
 
-PF_Err PreRender(PF_InData* /*in_data*/, PF_OutData* /*out_data*/, PF_PreRenderExtra* /*extra*/,
-                 bool /*isActivated*/) {
-  return PF_Err_NONE;
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include "AE_EffectCBSuites.h"
+#include "params/DriftSmear_KernelData.h"
+#include "support/SuiteAccess.h"
+
+namespace {
+
+// Frame slots a KernelData record has origins for.
+constexpr int kMaxFrameSlots = 50;
+// The current frame's checkout id; earlier frame i uses id i.
+constexpr A_long kCurrentFrameCheckoutId = 0;
+
+// The pre-render record is freed by the host through this function.
+void FreeKernelData(void* data) { std::free(data); }
+
+bool IsEmpty(const PF_LRect& rect) { return rect.left >= rect.right || rect.top >= rect.bottom; }
+
+// Unites `source` into `target`; an empty target takes the source as it is.
+void UnionRect(const PF_LRect& source, PF_LRect& target) {
+  if (IsEmpty(source)) {
+    return;
+  }
+  if (IsEmpty(target)) {
+    target = source;
+    return;
+  }
+  target.left = std::min(target.left, source.left);
+  target.top = std::min(target.top, source.top);
+  target.right = std::max(target.right, source.right);
+  target.bottom = std::max(target.bottom, source.bottom);
 }
 
-PF_Err SmartRender(PF_InData* /*in_data*/, PF_OutData* /*out_data*/, PF_SmartRenderExtra* /*extra*/,
-                   bool /*isGPU*/) {
-  return PF_Err_NONE;
+// One side of the full frame at the request's downsampling.
+A_long DownsampledExtent(A_long extent, const PF_RationalScale& scale) {
+  if (scale.den == 0) {
+    return extent;
+  }
+  return static_cast<A_long>(std::ceil(static_cast<double>(extent) * scale.num / static_cast<double>(scale.den)));
+}
+
+// The frame list of one smart render: numFrames world pointers in a locked
+// host handle, given back to the host when the render ends.
+class FrameList {
+ public:
+  FrameList(const PF_HandleSuite1* handles, int count) : handles_(handles) {
+    const auto slots = static_cast<std::size_t>(std::max(count, 1));
+    handle_ = handles_->host_new_handle(slots * sizeof(PF_EffectWorld*));
+    if (handle_ != nullptr) {
+      frames_ = static_cast<PF_EffectWorld**>(handles_->host_lock_handle(handle_));
+    }
+    if (frames_ != nullptr) {
+      std::fill(frames_, frames_ + slots, nullptr);
+    }
+  }
+  ~FrameList() {
+    if (frames_ != nullptr) {
+      handles_->host_unlock_handle(handle_);
+    }
+    if (handle_ != nullptr) {
+      handles_->host_dispose_handle(handle_);
+    }
+  }
+  FrameList(const FrameList&) = delete;
+  FrameList& operator=(const FrameList&) = delete;
+
+  PF_EffectWorld** frames() const { return frames_; }
+
+ private:
+  const PF_HandleSuite1* handles_;
+  PF_Handle handle_ = nullptr;
+  PF_EffectWorld** frames_ = nullptr;
+};
+
+// The check-in sequence of a GPU smart render: checkout ids 0 to numFrames - 1,
+// then id 0 once more. Run() performs it and reports the first error; if it
+// has not run when the render is left (an exception), the destructor runs it,
+// so every frame goes back to the host on every path.
+class FrameCheckins {
+ public:
+  FrameCheckins(PF_SmartRenderExtra* extra, PF_ProgPtr effectRef, int count)
+      : extra_(extra), effectRef_(effectRef), count_(count) {}
+  ~FrameCheckins() {
+    if (!done_) {
+      Run();
+    }
+  }
+  FrameCheckins(const FrameCheckins&) = delete;
+  FrameCheckins& operator=(const FrameCheckins&) = delete;
+
+  PF_Err Run() {
+    done_ = true;
+    PF_Err first = PF_Err_NONE;
+    for (A_long id = 0; id < count_; ++id) {
+      const PF_Err err = extra_->cb->checkin_layer_pixels(effectRef_, id);
+      if (first == PF_Err_NONE) {
+        first = err;
+      }
+    }
+    const PF_Err err = extra_->cb->checkin_layer_pixels(effectRef_, kCurrentFrameCheckoutId);
+    return first != PF_Err_NONE ? first : err;
+  }
+
+ private:
+  PF_SmartRenderExtra* extra_;
+  PF_ProgPtr effectRef_;
+  A_long count_;
+  bool done_ = false;
+};
+
+// The input layer's pixels for a CPU smart render, checked in again when the
+// render is left.
+class LayerPixels {
+ public:
+  LayerPixels(PF_SmartRenderExtra* extra, PF_ProgPtr effectRef, A_long checkoutId)
+      : extra_(extra), effectRef_(effectRef), checkoutId_(checkoutId) {
+    error_ = extra_->cb->checkout_layer_pixels(effectRef_, checkoutId_, &world_);
+  }
+  ~LayerPixels() {
+    if (!checkedIn_) {
+      Checkin();
+    }
+  }
+  LayerPixels(const LayerPixels&) = delete;
+  LayerPixels& operator=(const LayerPixels&) = delete;
+
+  PF_Err error() const { return error_; }
+  PF_EffectWorld* world() const { return world_; }
+  PF_Err Checkin() {
+    checkedIn_ = true;
+    return extra_->cb->checkin_layer_pixels(effectRef_, checkoutId_);
+  }
+
+ private:
+  PF_SmartRenderExtra* extra_;
+  PF_ProgPtr effectRef_;
+  A_long checkoutId_;
+  PF_EffectWorld* world_ = nullptr;
+  PF_Err error_ = PF_Err_NONE;
+  bool checkedIn_ = false;
+};
+
+PF_Err SmartRenderCPU(PF_InData* in_data, PF_OutData* out_data, PF_SmartRenderExtra* extra) {
+  LayerPixels input(extra, in_data->effect_ref, FindParamIndexByDiskID(0));
+  PF_Err err = input.error();
+  PF_EffectWorld* output = nullptr;
+  if (err == PF_Err_NONE) {
+    err = extra->cb->checkout_output(in_data->effect_ref, &output);
+  }
+  const PF_Err refusal = RenderCPU(in_data, out_data, input.world(), output);
+  if (err == PF_Err_NONE) {
+    err = refusal;
+  }
+  const PF_Err checkin = input.Checkin();
+  return err != PF_Err_NONE ? err : checkin;
+}
+
+}  // namespace
+
+PF_Err PreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRenderExtra* extra, bool isActivated) {
+  // Every frame is requested whole, whatever part of the output is asked for.
+  PF_RenderRequest request{};
+  request.rect = PF_LRect{-10000, -10000, 10000, 10000};
+  request.field = extra->input->output_request.field;
+  request.channel_mask = extra->input->output_request.channel_mask;
+  request.preserve_rgb_of_zero_alpha = true;
+  extra->output->flags |= PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS | PF_RenderOutputFlag_GPU_RENDER_POSSIBLE;
+
+  auto* kernelData = static_cast<KernelData*>(std::malloc(sizeof(KernelData)));
+  if (kernelData == nullptr) {
+    DRIFTSMEAR_LOG_ERROR("PreRender", "Something wrong with allocation of Kernel Data");
+    return PF_Err_OUT_OF_MEMORY;
+  }
+  // Zeroed so that slots and fields the fill does not reach hold no garbage.
+  std::memset(kernelData, 0, sizeof(KernelData));
+  float frameOffset = 0.0f;
+  PF_Err err = FillKernelData(in_data, isActivated, kernelData, &frameOffset);
+  kernelData->numFrames = std::min(kernelData->numFrames, kMaxFrameSlots);
+  extra->output->pre_render_data = kernelData;
+  extra->output->delete_pre_render_data_func = FreeKernelData;
+
+  const PF_ParamIndex layer = FindParamIndexByDiskID(0);
+  PF_CheckoutResult result{};
+  if (err == PF_Err_NONE) {
+    err = extra->cb->checkout_layer(in_data->effect_ref, layer, kCurrentFrameCheckoutId, &request,
+                                    in_data->current_time, in_data->time_step, in_data->time_scale, &result);
+    kernelData->originH[0] = result.result_rect.left;
+    kernelData->originV[0] = result.result_rect.top;
+
+    // The test on the maximum rectangle sends every ordinary layer to the
+    // full downsampled frame.
+    const PF_LRect& maxRect = result.max_result_rect;
+    if (maxRect.right > maxRect.left || maxRect.top > maxRect.bottom) {
+      const PF_LRect full{0, 0, DownsampledExtent(in_data->width, in_data->downsample_x),
+                          DownsampledExtent(in_data->height, in_data->downsample_y)};
+      UnionRect(full, extra->output->result_rect);
+      UnionRect(full, extra->output->max_result_rect);
+    } else {
+      UnionRect(result.result_rect, extra->output->result_rect);
+      UnionRect(result.max_result_rect, extra->output->max_result_rect);
+    }
+  }
+
+  // Earlier frame i lies i time steps, spaced by the frame offset, before the
+  // current time. After a failed checkout the remaining slots repeat the last
+  // result's origin.
+  for (int i = 1; i < kernelData->numFrames; ++i) {
+    if (err == PF_Err_NONE) {
+      const float time = static_cast<float>(in_data->current_time) -
+                         static_cast<float>(i * in_data->time_step) * frameOffset;
+      if (!std::isfinite(time) || std::fabs(time) >= 2147483520.0f) {
+        DRIFTSMEAR_LOG_ERROR("PreRender", "Frame offset " << frameOffset << " gives no valid time for frame " << i);
+        err = PF_Err_BAD_CALLBACK_PARAM;
+      } else {
+        err = extra->cb->checkout_layer(in_data->effect_ref, layer, i, &request, static_cast<A_long>(time),
+                                        in_data->time_step, in_data->time_scale, &result);
+      }
+    }
+    kernelData->originH[i] = result.result_rect.left;
+    kernelData->originV[i] = result.result_rect.top;
+  }
+  return err;
+}
+
+PF_Err SmartRender(PF_InData* in_data, PF_OutData* out_data, PF_SmartRenderExtra* extra, bool isGPU) {
+  if (!isGPU) {
+    return SmartRenderCPU(in_data, out_data, extra);
+  }
+  auto* kernelData = static_cast<KernelData*>(extra->input->pre_render_data);
+  if (kernelData == nullptr) {
+    DRIFTSMEAR_LOG_ERROR("SmartRender", "Kernel data is unavailable");
+    return PF_Err_INTERNAL_STRUCT_DAMAGED;
+  }
+  const PF_ProgPtr ref = in_data->effect_ref;
+  const int frameCount = kernelData->numFrames;
+
+  ScopedSuite<PF_HandleSuite1> handles(in_data, kPFHandleSuite, kPFHandleSuiteVersion1, out_data);
+  FrameList list(handles.get(), frameCount);
+  PF_EffectWorld** frames = list.frames();
+  if (frames == nullptr) {
+    DRIFTSMEAR_LOG_ERROR("SmartRender", "Cannot initialize layer frames");
+    return PF_Err_OUT_OF_MEMORY;
+  }
+
+  FrameCheckins checkins(extra, ref, frameCount);
+  PF_EffectWorld* output = nullptr;
+  PF_Err err = extra->cb->checkout_layer_pixels(ref, kCurrentFrameCheckoutId, &frames[0]);
+  if (err == PF_Err_NONE) {
+    err = extra->cb->checkout_output(ref, &output);
+  }
+
+  ScopedSuite<PF_WorldSuite2> worlds(in_data, kPFWorldSuite, kPFWorldSuiteVersion2, out_data);
+  PF_PixelFormat pixelFormat = PF_PixelFormat_INVALID;
+  if (frames[0] != nullptr) {
+    worlds->PF_GetPixelFormat(frames[0], &pixelFormat);
+  }
+
+  // A frame the host has no world for repeats the next newer one.
+  for (int i = 1; i < frameCount && err == PF_Err_NONE; ++i) {
+    err = extra->cb->checkout_layer_pixels(ref, i, &frames[i]);
+    if (err == PF_Err_NONE && frames[i] == nullptr) {
+      frames[i] = frames[i - 1];
+      if (i == frameCount - 1) {
+        DRIFTSMEAR_LOG_ERROR("SmartRender", "Reached a last NULL frame");
+      }
+    }
+  }
+
+  if (err == PF_Err_NONE) {
+    err = SmartRenderGPU(in_data, out_data, pixelFormat, frames, output, extra, kernelData);
+  }
+  const PF_Err checkinErr = checkins.Run();
+  return err != PF_Err_NONE ? err : checkinErr;
 }
