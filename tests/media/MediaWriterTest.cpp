@@ -330,3 +330,53 @@ TEST(MediaWriterPartial, NoFramesNoFile) {
 
 }  // namespace
 }  // namespace dshost
+
+namespace dshost {
+namespace {
+
+// Builds without FFmpeg (the Windows build) still read and write images.
+class WithoutFfmpeg : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (mediaHasFfmpeg()) GTEST_SKIP() << "this build has FFmpeg";
+  }
+  testing::ScratchDir dir_;
+};
+
+TEST_F(WithoutFfmpeg, PngSequencesAreWrittenWith8BitsAndSaySo) {
+  SyntheticClip clip(smallClip(3, true));
+  WriterOptions options;
+  MediaWriter writer(dir_ / "f_%02d.png", options);
+  for (int i = 0; i < 3; ++i) writer.write(clip.frame(i));
+  writer.finish();
+  ASSERT_EQ(writer.warnings().size(), 1u);
+  EXPECT_EQ(writer.warnings()[0], "this build has no FFmpeg: PNG frames are written with 8 bits per channel");
+  MediaReader reader(dir_ / "f_%02d.png");
+  EXPECT_EQ(reader.info().frameCount, 3);
+  EXPECT_TRUE(reader.info().hasAlpha);
+  const ImageDiff diff = compareImages(reader.readFrame(2), clip.frame(2));
+  EXPECT_LE(diff.maxColour, 0.5f / 255.0f + 1e-6f) << diff.describe();
+  EXPECT_LE(diff.maxAlpha, 0.5f / 255.0f + 1e-6f) << diff.describe();
+}
+
+TEST_F(WithoutFfmpeg, VideoFilesAreRefusedClearly) {
+  try {
+    MediaWriter writer(dir_ / "out.mp4", WriterOptions{});
+    FAIL() << "no error";
+  } catch (const MediaError& e) {
+    EXPECT_EQ(e.code(), MediaErrc::Unsupported);
+    EXPECT_STREQ(e.what(), "this build has no FFmpeg and cannot write H.264 MP4; write a PNG sequence instead");
+  }
+  testing::writeFileBytes(dir_ / "in.mp4", "data");
+  try {
+    MediaReader reader(dir_ / "in.mp4");
+    FAIL() << "no error";
+  } catch (const MediaError& e) {
+    EXPECT_EQ(e.code(), MediaErrc::Unsupported);
+    EXPECT_EQ(std::string(e.what()),
+              "cannot read " + (dir_ / "in.mp4").string() + ": this build reads video files only with FFmpeg; use an image sequence");
+  }
+}
+
+}  // namespace
+}  // namespace dshost
