@@ -1,6 +1,7 @@
 // The basic suite through which a plug-in acquires every other host suite.
 // Our own declarations, name-compatible with the vendor's header of this name.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 
 #ifndef DRIFTSMEAR_SPERR_DEFINED
