@@ -8,6 +8,9 @@ EffectHost::EffectHost(const std::string& modulePath, HostApp app)
     : app_(app), module_(modulePath), entry_(module_.EffectMain()) {
   PublishHandleSuites(runtime_);
   PublishAnsiSuites(runtime_);
+  PublishAegpSuites(runtime_);
+  PublishParamUtilsSuites(runtime_);
+  FillParamCallbacks(inData_.inter);
 
   inData_.utils = const_cast<PF_UtilCallbacks*>(UtilCallbacks());
   inData_.effect_ref = effect_ref();
@@ -30,6 +33,9 @@ EffectHost::~EffectHost() = default;
 PF_Err EffectHost::Call(PF_Cmd cmd, PF_ParamDef* params[], PF_LayerDef* output, void* extra) {
   HostScope scope(runtime_);
   runtime_.faults().Hit("EffectMain");
+  if (cmd == PF_Cmd_PARAMS_SETUP) {
+    parameters_.Reset();
+  }
   outData_ = PF_OutData{};
   outData_.global_data = globalData_;
   inData_.global_data = globalData_;
@@ -38,8 +44,26 @@ PF_Err EffectHost::Call(PF_Cmd cmd, PF_ParamDef* params[], PF_LayerDef* output, 
     globalData_ = outData_.global_data;
   } else if (cmd == PF_Cmd_GLOBAL_SETDOWN) {
     globalData_ = nullptr;
+  } else if (cmd == PF_Cmd_PARAMS_SETUP && err == PF_Err_NONE) {
+    inData_.num_params = outData_.num_params;
   }
   return err;
+}
+
+ParamArray EffectHost::ParamsArray(std::optional<A_long> time) {
+  return parameters_.MakeParamArray(time.value_or(inData_.current_time), inData_.time_scale);
+}
+
+PF_Err EffectHost::CallWithParams(PF_Cmd cmd, void* extra, PF_LayerDef* output) {
+  ParamArray params = ParamsArray();
+  const PF_Err err = Call(cmd, params.data(), output, extra);
+  parameters_.ReadBack(params, inData_.current_time, inData_.time_scale);
+  return err;
+}
+
+PF_Err EffectHost::UserChangedParam(PF_ParamIndex index) {
+  PF_UserChangedParamExtra extra{index};
+  return CallWithParams(PF_Cmd_USER_CHANGED_PARAM, &extra);
 }
 
 }  // namespace dshost

@@ -3,11 +3,13 @@
 // calls, and the commands sent through its entry point.
 #pragma once
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "AE_Effect.h"
 #include "AE_EffectCB.h"
 #include "host/HostRuntime.h"
+#include "host/ParameterStore.h"
 #include "host/PluginModule.h"
 
 namespace dshost {
@@ -39,6 +41,18 @@ class EffectHost {
   PluginModule& module() { return module_; }
   PF_Handle global_data() const { return globalData_; }
 
+  // The parameters of this instance: definitions, values, keyframes and what
+  // the plug-in asked the host to show or hide.
+  ParameterStore& parameters() { return parameters_; }
+  // params[] with the values at `time` (in_data's current time by default).
+  ParamArray ParamsArray(std::optional<A_long> time = std::nullopt);
+  // Sends a command that takes params[]: fills them with the values at
+  // in_data's current time and afterwards takes over every value the plug-in
+  // marked PF_ChangeFlag_CHANGED_VALUE, as After Effects does.
+  PF_Err CallWithParams(PF_Cmd cmd, void* extra = nullptr, PF_LayerDef* output = nullptr);
+  // PF_Cmd_USER_CHANGED_PARAM for the parameter at `index`.
+  PF_Err UserChangedParam(PF_ParamIndex index);
+
   // The effect reference handed to the plug-in; callbacks turn it back into
   // this host.
   PF_ProgPtr effect_ref() { return reinterpret_cast<PF_ProgPtr>(this); }
@@ -52,6 +66,7 @@ class EffectHost {
   PF_InData inData_{};
   PF_OutData outData_{};
   PF_Handle globalData_ = nullptr;
+  ParameterStore parameters_{runtime_, effect_ref()};
 };
 
 }  // namespace dshost

@@ -9,6 +9,15 @@ class HostRuntime;
 
 void PublishHandleSuites(HostRuntime& runtime);
 void PublishAnsiSuites(HostRuntime& runtime);
+// "AEGP Utility Suite" 7, "AEGP PF Interface Suite" 1, "AEGP Stream Suite" 10,
+// "AEGP Dynamic Stream Suite" 5 and "AEGP Effect Suite" 2 and 4.
+void PublishAegpSuites(HostRuntime& runtime);
+// "PF Param Utils Suite" 3.
+void PublishParamUtilsSuites(HostRuntime& runtime);
+
+// The parameter members of in_data->inter: checkout_param, checkin_param,
+// add_param and register_ui, served by the host's parameter store.
+void FillParamCallbacks(PF_InteractCallbacks& inter);
 
 // The utility callbacks handed to the plug-in in PF_InData::utils: handle and
 // ANSI members filled, the image-processing members left empty.
