@@ -8,6 +8,9 @@ EffectHost::EffectHost(const std::string& modulePath, HostApp app)
     : app_(app), module_(modulePath), entry_(module_.EffectMain()) {
   PublishHandleSuites(runtime_);
   PublishAnsiSuites(runtime_);
+  PublishEffectUISuites(runtime_);
+  PublishPixelFormatSuites(runtime_);
+  PublishDrawbotSuites(runtime_);
   PublishAegpSuites(runtime_);
   PublishParamUtilsSuites(runtime_);
   FillParamCallbacks(inData_.inter);

@@ -9,10 +9,13 @@
 #include "AE_Effect.h"
 #include "AE_EffectCB.h"
 #include "host/HostRuntime.h"
+#include "host/HostUI.h"
 #include "host/ParameterStore.h"
 #include "host/PluginModule.h"
 
 namespace dshost {
+
+class DrawbotCanvas;
 
 enum class HostApp { AfterEffects, Premiere };
 
@@ -53,6 +56,23 @@ class EffectHost {
   // PF_Cmd_USER_CHANGED_PARAM for the parameter at `index`.
   PF_Err UserChangedParam(PF_ParamIndex index);
 
+  // ---- Registration and custom UI (EffectHostUI.cpp) ----------------------------
+  // Registers the module's effects through its PluginDataEntryFunction.
+  RegistrationResult Register();
+  // What the effect declared through the effect UI and pixel format suites.
+  HostUIState& ui() { return ui_; }
+  // A PF_Event_DRAW for the Effect Controls panel: the area (the control area
+  // by default) of the parameter at `index` (by default the one that
+  // registered a custom control area), with the control frame given in the
+  // canvas' coordinates. The effect draws into the canvas.
+  PF_Err DrawEffectControls(DrawbotCanvas& canvas, const PF_Rect& controlFrame, PF_EffectArea area = PF_EA_CONTROL,
+                            std::optional<PF_ParamIndex> index = std::nullopt);
+  // A PF_Event_DRAW for the Composition (or Layer) window, the canvas being
+  // the whole window.
+  PF_Err DrawCompositionWindow(DrawbotCanvas& canvas, PF_WindowType window = PF_Window_COMP);
+  // The event out flags the effect returned from the last draw event.
+  PF_EventOutFlags last_event_out_flags() const { return lastEventOutFlags_; }
+
   // The effect reference handed to the plug-in; callbacks turn it back into
   // this host.
   PF_ProgPtr effect_ref() { return reinterpret_cast<PF_ProgPtr>(this); }
@@ -67,6 +87,10 @@ class EffectHost {
   PF_OutData outData_{};
   PF_Handle globalData_ = nullptr;
   ParameterStore parameters_{runtime_, effect_ref()};
+  HostUIState ui_{runtime_};
+  PF_EventOutFlags lastEventOutFlags_ = PF_EO_NONE;
+
+  PF_Err SendDrawEvent(PF_EventExtra& extra);
 };
 
 }  // namespace dshost

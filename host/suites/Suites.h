@@ -9,6 +9,12 @@ class HostRuntime;
 
 void PublishHandleSuites(HostRuntime& runtime);
 void PublishAnsiSuites(HostRuntime& runtime);
+// "PF Effect Custom UI Suite" 1 and "PF Effect UI Suite" 1.
+void PublishEffectUISuites(HostRuntime& runtime);
+// "PF Pixel Format Suite" 1.
+void PublishPixelFormatSuites(HostRuntime& runtime);
+// The Drawbot suites of host/drawbot, every version the host offers.
+void PublishDrawbotSuites(HostRuntime& runtime);
 // "AEGP Utility Suite" 7, "AEGP PF Interface Suite" 1, "AEGP Stream Suite" 10,
 // "AEGP Dynamic Stream Suite" 5 and "AEGP Effect Suite" 2 and 4.
 void PublishAegpSuites(HostRuntime& runtime);
