@@ -178,7 +178,10 @@ GF_KERNEL_FUNCTION(MainKernel,
   const bool is16Bit = !!in16f;
   const int dstIndex = (int)inXY.y * inDstPitch + (int)inXY.x;
 
-  if (params->percent == 0.0f) {
+  // Exactly zero, tested on the bits: with relaxed math an OpenCL compiler
+  // may treat a NaN as equal to 0.0f, and a NaN percent must take the full
+  // path.
+  if ((as_uint(params->percent) & 0x7FFFFFFFu) == 0u) {
     // The oldest pass copies the current frame through with a single bgra(),
     // so the written pixel has its first and third channels exchanged relative
     // to the current frame. The passes that follow read it as their previous

@@ -80,10 +80,12 @@ KernelData DefaultParams();
 
 // Compares stored values channel by channel. NaN matches NaN and an infinity
 // matches the same infinity; any other pair must differ by at most
-// `tolerance`, except for at most `allowedOutliers` pixels. On failure the
-// message names the worst pixel and both values.
+// `tolerance` (times the expected value's magnitude where that exceeds 1),
+// except in at most `allowedOutliers` pixels. The message names the worst
+// pixel and both values.
+// Pixels flagged in `ignored` (row-major, width x height) are not compared.
 ::testing::AssertionResult ImagesAgree(const PixelBuffer& expected, const PixelBuffer& actual, float tolerance,
-                                       std::size_t allowedOutliers = 0);
+                                       std::size_t allowedOutliers = 0, const std::vector<bool>* ignored = nullptr);
 
 }  // namespace driftsmear::testing
 

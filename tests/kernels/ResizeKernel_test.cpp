@@ -1,0 +1,102 @@
+// ResizeKernel: exact placement at an offset with a transparent remainder, in
+// float and half form, on every back end that is available.
+#include <tuple>
+
+#include "KernelTestSupport.h"
+
+namespace driftsmear::testing {
+namespace {
+
+// Every pixel distinct and exactly representable as half.
+PixelBuffer Source(unsigned int width, unsigned int height, bool half) {
+  PixelBuffer image(width, height, half, static_cast<int>(width) + 3);
+  for (unsigned int y = 0; y < height; ++y) {
+    for (unsigned int x = 0; x < width; ++x) {
+      image.Set(x, y, make_float4(x / 16.0f, y / 16.0f, 0.5f + (x + y) / 64.0f, 0.25f * (1 + (x + y) % 4)));
+    }
+  }
+  return image;
+}
+
+// A destination already holding other values, which the kernel must replace.
+PixelBuffer Destination(unsigned int width, unsigned int height, bool half) {
+  PixelBuffer image(width, height, half, static_cast<int>(width) + 1);
+  image.Fill(make_float4(9.0f, 9.0f, 9.0f, 9.0f));
+  return image;
+}
+
+// Checks dst against the source placed at (offsetX, offsetY), transparent black elsewhere.
+void ExpectPlaced(const PixelBuffer& src, const PixelBuffer& dst, int offsetX, int offsetY) {
+  int mismatches = 0;
+  for (unsigned int y = 0; y < dst.height(); ++y) {
+    for (unsigned int x = 0; x < dst.width(); ++x) {
+      const int sx = static_cast<int>(x) - offsetX;
+      const int sy = static_cast<int>(y) - offsetY;
+      const bool inside = sx >= 0 && sy >= 0 && sx < static_cast<int>(src.width()) &&
+                          sy < static_cast<int>(src.height());
+      const float4 expected = inside ? src.Get(static_cast<unsigned int>(sx), static_cast<unsigned int>(sy))
+                                     : make_float4(0.0f, 0.0f, 0.0f, 0.0f);
+      const float4 actual = dst.Get(x, y);
+      if (actual.x != expected.x || actual.y != expected.y || actual.z != expected.z || actual.w != expected.w) {
+        if (++mismatches <= 5) {
+          ADD_FAILURE() << "pixel (" << x << ", " << y << "): expected (" << expected.x << ", " << expected.y
+                        << ", " << expected.z << ", " << expected.w << "), got (" << actual.x << ", " << actual.y
+                        << ", " << actual.z << ", " << actual.w << ")";
+        }
+      }
+    }
+  }
+  EXPECT_EQ(mismatches, 0);
+}
+
+class ResizeKernelTest : public ::testing::TestWithParam<std::tuple<Backend, bool>> {
+ protected:
+  Backend backend() const { return std::get<0>(GetParam()); }
+  bool half() const { return std::get<1>(GetParam()); }
+};
+
+TEST_P(ResizeKernelTest, EqualSizesWithoutOffsetCopy) {
+  DRIFTSMEAR_REQUIRE_BACKEND(runner, backend());
+  const PixelBuffer src = Source(19, 11, half());
+  PixelBuffer dst = Destination(19, 11, half());
+  runner->RunResize(src, dst, 0, 0);
+  ExpectPlaced(src, dst, 0, 0);
+}
+
+TEST_P(ResizeKernelTest, LargerDestinationGetsATransparentBorder) {
+  DRIFTSMEAR_REQUIRE_BACKEND(runner, backend());
+  const PixelBuffer src = Source(12, 7, half());
+  PixelBuffer dst = Destination(20, 13, half());
+  runner->RunResize(src, dst, 3, 2);
+  ExpectPlaced(src, dst, 3, 2);
+}
+
+TEST_P(ResizeKernelTest, NegativeOffsetsCropAndLargerSourcesAreCut) {
+  DRIFTSMEAR_REQUIRE_BACKEND(runner, backend());
+  const PixelBuffer src = Source(16, 16, half());
+  PixelBuffer dst = Destination(10, 9, half());
+  runner->RunResize(src, dst, -4, -3);
+  ExpectPlaced(src, dst, -4, -3);
+}
+
+TEST_P(ResizeKernelTest, SourceWhollyOutsideGivesTransparentBlack) {
+  DRIFTSMEAR_REQUIRE_BACKEND(runner, backend());
+  const PixelBuffer src = Source(8, 8, half());
+  for (const auto& [offsetX, offsetY] : {std::pair{12, 0}, std::pair{-8, 1}, std::pair{0, 12}, std::pair{2, -8}}) {
+    PixelBuffer dst = Destination(12, 12, half());
+    runner->RunResize(src, dst, offsetX, offsetY);
+    ExpectPlaced(src, dst, offsetX, offsetY);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Backends, ResizeKernelTest,
+                         ::testing::Combine(::testing::Values(Backend::Cpu, Backend::OpenCL, Backend::Cuda),
+                                            ::testing::Bool()),
+                         [](const ::testing::TestParamInfo<std::tuple<Backend, bool>>& info) {
+                           const Backend backend = std::get<0>(info.param);
+                           return (backend == Backend::Cpu ? std::string("Cpu") : BackendName(backend)) +
+                                  (std::get<1>(info.param) ? "_Half" : "_Float");
+                         });
+
+}  // namespace
+}  // namespace driftsmear::testing
