@@ -13,6 +13,13 @@ EffectHost::EffectHost(const std::string& modulePath, HostApp app)
   PublishDrawbotSuites(runtime_);
   PublishAegpSuites(runtime_);
   PublishParamUtilsSuites(runtime_);
+  PublishGpuDeviceSuites(runtime_);
+  PublishWorldSuites(runtime_);
+  // Premiere's pixel format suite reports the worlds of the GPU side in their
+  // own formats.
+  ui_.SetWorldPixelFormatResolver([this](const PF_EffectWorld& world, PrPixelFormat* format) {
+    return gpu_.PremierePixelFormat(world, format);
+  });
   FillParamCallbacks(inData_.inter);
 
   inData_.utils = const_cast<PF_UtilCallbacks*>(UtilCallbacks());

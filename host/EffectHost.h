@@ -12,6 +12,7 @@
 #include "host/HostUI.h"
 #include "host/ParameterStore.h"
 #include "host/PluginModule.h"
+#include "host/gpu/GpuHost.h"
 
 namespace dshost {
 
@@ -73,6 +74,10 @@ class EffectHost {
   // The event out flags the effect returned from the last draw event.
   PF_EventOutFlags last_event_out_flags() const { return lastEventOutFlags_; }
 
+  // The GPU devices, worlds and smart render request this instance is served
+  // with (host/gpu, host/SmartRender.h).
+  GpuHost& gpu() { return gpu_; }
+
   // The effect reference handed to the plug-in; callbacks turn it back into
   // this host.
   PF_ProgPtr effect_ref() { return reinterpret_cast<PF_ProgPtr>(this); }
@@ -88,6 +93,7 @@ class EffectHost {
   PF_Handle globalData_ = nullptr;
   ParameterStore parameters_{runtime_, effect_ref()};
   HostUIState ui_{runtime_};
+  GpuHost gpu_{runtime_};
   PF_EventOutFlags lastEventOutFlags_ = PF_EO_NONE;
 
   PF_Err SendDrawEvent(PF_EventExtra& extra);

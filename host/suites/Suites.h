@@ -20,6 +20,10 @@ void PublishDrawbotSuites(HostRuntime& runtime);
 void PublishAegpSuites(HostRuntime& runtime);
 // "PF Param Utils Suite" 3.
 void PublishParamUtilsSuites(HostRuntime& runtime);
+// "PF GPU Device Suite" 1: the host's GPU devices and GPU worlds.
+void PublishGpuDeviceSuites(HostRuntime& runtime);
+// "PF World Suite" 2: CPU worlds and the pixel format of every world.
+void PublishWorldSuites(HostRuntime& runtime);
 
 // The parameter members of in_data->inter: checkout_param, checkin_param,
 // add_param and register_ui, served by the host's parameter store.

@@ -1,0 +1,215 @@
+#include "host/RenderSession.h"
+
+#include <cstring>
+
+#include "AE_EffectCB.h"
+#include "host/gpu/GpuHost.h"
+
+namespace dshost {
+
+namespace {
+
+const char* CommandText(PF_Cmd command) {
+  switch (command) {
+    case PF_Cmd_GLOBAL_SETUP:
+      return "global setup";
+    case PF_Cmd_GLOBAL_SETDOWN:
+      return "global setdown";
+    case PF_Cmd_PARAMS_SETUP:
+      return "parameter setup";
+    case PF_Cmd_GPU_DEVICE_SETUP:
+      return "GPU device setup";
+    case PF_Cmd_GPU_DEVICE_SETDOWN:
+      return "GPU device takedown";
+    case PF_Cmd_SMART_PRE_RENDER:
+      return "smart pre-render";
+    case PF_Cmd_SMART_RENDER:
+      return "smart render";
+    case PF_Cmd_SMART_RENDER_GPU:
+      return "GPU smart render";
+    default:
+      return "command";
+  }
+}
+
+std::string MessageOf(const PF_OutData& out) {
+  return std::string(out.return_msg, strnlen(out.return_msg, sizeof(out.return_msg)));
+}
+
+RenderError MakeError(PF_Cmd command, PF_Err code, const PF_OutData& out) {
+  const std::string message = MessageOf(out);
+  std::string what = std::string("the effect failed its ") + CommandText(command) + " with error " +
+                     std::to_string(code);
+  if (!message.empty()) {
+    what += ": " + message;
+  }
+  return RenderError(command, code, message, what);
+}
+
+}  // namespace
+
+PF_PixelFormat PixelFormatOf(GpuFrameFormat format) {
+  return format == GpuFrameFormat::Half16 ? kGpuHalfFormat : kGpuFloatFormat;
+}
+
+RenderError::RenderError(PF_Cmd command, PF_Err code, const std::string& effectMessage, const std::string& what)
+    : HostError(what), command_(command), code_(code), effectMessage_(effectMessage) {}
+
+RenderSession::RenderSession(const std::string& modulePath, RenderSessionOptions options)
+    : options_(options),
+      host_(std::make_unique<EffectHost>(modulePath, options.app)) {
+  try {
+    switch (options_.app) {
+      case HostApp::AfterEffects:
+        SetUpAfterEffects();
+        break;
+      case HostApp::Premiere:
+        throw HostError("rendering through Premiere Pro's GPU filter entry is not available in this host");
+    }
+  } catch (...) {
+    TakeDown(false);
+    throw;
+  }
+}
+
+RenderSession::~RenderSession() { TakeDown(false); }
+
+void RenderSession::SetUpAfterEffects() {
+  device_ = &host_->gpu().OpenDevice(options_.deviceIndex);
+  device_->MakeCurrent();
+
+  PF_Err err = host_->Call(PF_Cmd_GLOBAL_SETUP);
+  if (err != PF_Err_NONE) {
+    throw MakeError(PF_Cmd_GLOBAL_SETUP, err, host_->out_data());
+  }
+  globalSetUp_ = true;
+  err = host_->Call(PF_Cmd_PARAMS_SETUP);
+  if (err != PF_Err_NONE) {
+    throw MakeError(PF_Cmd_PARAMS_SETUP, err, host_->out_data());
+  }
+
+  PF_GPUDeviceSetupInput input{device_->framework(), options_.deviceIndex};
+  PF_GPUDeviceSetupOutput output{};
+  PF_GPUDeviceSetupExtra extra{&input, &output};
+  err = host_->Call(PF_Cmd_GPU_DEVICE_SETUP, nullptr, nullptr, &extra);
+  // Whatever the effect kept for the device comes back at takedown, even
+  // after a failed setup.
+  gpuData_ = output.gpu_data;
+  deviceSetUp_ = true;
+  if (err != PF_Err_NONE) {
+    throw MakeError(PF_Cmd_GPU_DEVICE_SETUP, err, host_->out_data());
+  }
+  if ((host_->out_data().out_flags2 & PF_OutFlag2_SUPPORTS_GPU_RENDER_F32) == 0) {
+    throw RenderError(PF_Cmd_GPU_DEVICE_SETUP, PF_Err_NONE, MessageOf(host_->out_data()),
+                      "the effect does not render on " + device_->desc().Describe());
+  }
+}
+
+void RenderSession::TakeDown(bool strict) {
+  if (!host_) {
+    return;
+  }
+  PF_Cmd failedCommand = PF_Cmd_GPU_DEVICE_SETDOWN;
+  PF_Err failure = PF_Err_NONE;
+  PF_OutData failedOut{};
+  if (deviceSetUp_) {
+    deviceSetUp_ = false;
+    PF_GPUDeviceSetdownInput input{gpuData_, device_->framework(), options_.deviceIndex};
+    PF_GPUDeviceSetdownExtra extra{&input};
+    const PF_Err err = host_->Call(PF_Cmd_GPU_DEVICE_SETDOWN, nullptr, nullptr, &extra);
+    gpuData_ = nullptr;
+    if (err != PF_Err_NONE) {
+      failure = err;
+      failedOut = host_->out_data();
+    }
+  }
+  if (globalSetUp_) {
+    globalSetUp_ = false;
+    const PF_Err err = host_->Call(PF_Cmd_GLOBAL_SETDOWN);
+    if (err != PF_Err_NONE && failure == PF_Err_NONE) {
+      failure = err;
+      failedCommand = PF_Cmd_GLOBAL_SETDOWN;
+      failedOut = host_->out_data();
+    }
+  }
+  if (strict && failure != PF_Err_NONE) {
+    throw MakeError(failedCommand, failure, failedOut);
+  }
+}
+
+void RenderSession::Close() { TakeDown(true); }
+
+void RenderSession::SetParameter(A_long diskId, double value) { host_->parameters().SetValueById(diskId, value); }
+
+double RenderSession::Parameter(A_long diskId) const { return host_->parameters().ValueById(diskId); }
+
+void RenderSession::PrepareTimes(const FrameSource& clip, A_long time) {
+  PF_InData& in = host_->in_data();
+  in.current_time = time;
+  in.time_step = clip.frameDuration();
+  in.local_time_step = clip.frameDuration();
+  in.time_scale = clip.timeScale();
+  in.width = clip.width();
+  in.height = clip.height();
+  in.extent_hint = PF_LRect{0, 0, clip.width(), clip.height()};
+  in.downsample_x = PF_RationalScale{1, 1};
+  in.downsample_y = PF_RationalScale{1, 1};
+}
+
+ImageF RenderSession::RenderFrame(const FrameSource& clip, A_long time, GpuFrameFormat format) {
+  switch (options_.app) {
+    case HostApp::AfterEffects:
+      return RenderAfterEffects(clip, time, format);
+    case HostApp::Premiere:
+      break;
+  }
+  throw HostError("rendering through Premiere Pro's GPU filter entry is not available in this host");
+}
+
+ImageF RenderSession::RenderAfterEffects(const FrameSource& clip, A_long time, GpuFrameFormat format) {
+  if (!deviceSetUp_) {
+    throw HostError("the render session is closed");
+  }
+  PrepareTimes(clip, time);
+  device_->MakeCurrent();
+  GpuHost& gpu = host_->gpu();
+  SmartRenderRequest request(gpu, clip, SmartRenderRequest::Target::Gpu, options_.deviceIndex,
+                             PixelFormatOf(format));
+  ActiveRequestScope active(gpu, request);
+
+  PF_Err err = host_->Call(PF_Cmd_SMART_PRE_RENDER, nullptr, nullptr,
+                           request.PreRenderExtra(gpuData_, device_->framework()));
+  if (err != PF_Err_NONE) {
+    lastRender_ = request.Log();
+    throw MakeError(PF_Cmd_SMART_PRE_RENDER, err, host_->out_data());
+  }
+  err = host_->Call(PF_Cmd_SMART_RENDER_GPU, nullptr, nullptr,
+                    request.SmartRenderExtra(gpuData_, device_->framework()));
+  lastRender_ = request.Log();
+  if (err != PF_Err_NONE) {
+    throw MakeError(PF_Cmd_SMART_RENDER_GPU, err, host_->out_data());
+  }
+  if (request.output() == nullptr) {
+    throw RenderError(PF_Cmd_SMART_RENDER_GPU, PF_Err_NONE, {}, "the effect rendered without an output");
+  }
+  return gpu.Download(request.output());
+}
+
+RenderSession::CpuRenderResult RenderSession::RequestCpuRender(const FrameSource& clip, A_long time) {
+  PrepareTimes(clip, time);
+  GpuHost& gpu = host_->gpu();
+  SmartRenderRequest request(gpu, clip, SmartRenderRequest::Target::Cpu, options_.deviceIndex,
+                             PF_PixelFormat_ARGB128);
+  ActiveRequestScope active(gpu, request);
+  CpuRenderResult result;
+  result.error = host_->Call(PF_Cmd_SMART_PRE_RENDER, nullptr, nullptr, request.PreRenderExtra(nullptr, 0));
+  if (result.error == PF_Err_NONE) {
+    result.error = host_->Call(PF_Cmd_SMART_RENDER, nullptr, nullptr, request.SmartRenderExtra(nullptr, 0));
+  }
+  result.message = MessageOf(host_->out_data());
+  result.outFlags = host_->out_data().out_flags;
+  lastRender_ = request.Log();
+  return result;
+}
+
+}  // namespace dshost
