@@ -19,7 +19,7 @@ enum class OutputFormat {
   Auto,           // from the output name
   H264Mp4,        // .mp4: H.264 (libx264), yuv420p, BT.709 limited range; no alpha
   ProRes4444Mov,  // .mov: ProRes 4444 (prores_ks), yuva444p10le; keeps alpha
-  Ffv1Mkv,        // .mkv: FFV1 lossless, gbrap16le (16 bits a channel); keeps alpha
+  Ffv1Mkv,        // .mkv: FFV1 lossless, bgra (or gbrap16le, see ffv1Bits); keeps alpha
   PngSequence     // a %d pattern or a folder: 16-bit RGBA PNGs (8-bit without FFmpeg); keeps alpha
 };
 
@@ -46,6 +46,10 @@ struct WriterOptions {
   // Where in audioFrom's timeline the first written frame sits, in seconds from
   // its first video frame: audio before it is skipped.
   double audioStartSeconds = 0.0;
+  // FFV1 stores 8 bits a channel (bgra / bgr0) unless this is 16 (gbrap16le /
+  // gbrp16le). 16 bits keep the effect's float output for deep sources, at
+  // about four times the size and the encoding and decoding time.
+  int ffv1Bits = 8;
   int h264Crf = 18;
   std::string h264Preset = "veryfast";
   int sequenceStartNumber = 0;  // number of the first PNG file

@@ -43,6 +43,7 @@ ImageF gradientFrame(int width, int height) {
 struct CodecCase {
   const char* name;
   const char* file;
+  int ffv1Bits;
   const char* codec;
   bool keepsAlpha;
   Tolerance clip;      // the generated clip: sharp edges, grain
@@ -51,12 +52,16 @@ struct CodecCase {
 
 // H.264 (8-bit 4:2:0, CRF 18) loses detail at sharp coloured edges, so on the
 // clip only its mean is bounded tightly. ProRes 4444 (10-bit 4:4:4) is close to
-// lossless. FFV1 and PNG store 16 bits a channel: only rounding to 1/65535.
+// lossless. FFV1 is lossless: only rounding to 1/255 or 1/65535 remains, as
+// for 16-bit PNG.
+constexpr float k8 = 0.5f / 255.0f + 1e-6f;
+constexpr float k16 = 0.5f / 65535.0f + 1e-6f;
 const CodecCase kCodecs[] = {
-    {"H264Mp4", "out.mp4", "h264", false, {0.6f, 0.035, 0.0f}, {0.04f, 0.008, 0.0f}},
-    {"ProRes4444Mov", "out.mov", "prores", true, {0.02f, 0.003, 0.002f}, {0.005f, 0.001, 0.002f}},
-    {"Ffv1Mkv", "out.mkv", "ffv1", true, {1e-5f, 1e-5, 1e-5f}, {1e-5f, 1e-5, 1e-5f}},
-    {"PngSequence", "frames/%04d.png", "stb", true, {1e-5f, 1e-5, 1e-5f}, {1e-5f, 1e-5, 1e-5f}},
+    {"H264Mp4", "out.mp4", 8, "h264", false, {0.6f, 0.035, 0.0f}, {0.04f, 0.008, 0.0f}},
+    {"ProRes4444Mov", "out.mov", 8, "prores", true, {0.02f, 0.003, 0.002f}, {0.005f, 0.001, 0.002f}},
+    {"Ffv1Mkv", "out.mkv", 8, "ffv1", true, {k8, k8, k8}, {k8, k8, k8}},
+    {"Ffv1Mkv16", "out.mkv", 16, "ffv1", true, {k16, k16, k16}, {k16, k16, k16}},
+    {"PngSequence", "frames/%04d.png", 8, "stb", true, {k16, k16, k16}, {k16, k16, k16}},
 };
 
 void PrintTo(const CodecCase& c, std::ostream* os) { *os << c.name; }
@@ -70,7 +75,9 @@ TEST_P(WriterRoundTrip, KeepsCountSizeRateAlphaAndPixels) {
   SyntheticClipOptions options = smallClip(8, c.keepsAlpha);
   options.frameRate = Rational{30000, 1001};
   SyntheticClip clip(options);
-  writeClip(clip, dir / c.file);
+  WriterOptions writerOptions;
+  writerOptions.ffv1Bits = c.ffv1Bits;
+  writeClip(clip, dir / c.file, writerOptions);
 
   MediaReader reader(dir / c.file);
   const MediaInfo& info = reader.info();
@@ -109,6 +116,7 @@ TEST_P(WriterRoundTrip, ConvertsColourAccurately) {
   {
     WriterOptions options;
     options.frameRate = Rational{25, 1};
+    options.ffv1Bits = c.ffv1Bits;
     MediaWriter writer(dir / c.file, options);
     for (int i = 0; i < 3; ++i) writer.write(picture);
     writer.finish();
