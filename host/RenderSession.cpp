@@ -4,6 +4,7 @@
 
 #include "AE_EffectCB.h"
 #include "host/gpu/GpuHost.h"
+#include "host/premiere/PremiereHost.h"
 
 namespace dshost {
 
@@ -64,7 +65,8 @@ RenderSession::RenderSession(const std::string& modulePath, RenderSessionOptions
         SetUpAfterEffects();
         break;
       case HostApp::Premiere:
-        throw HostError("rendering through Premiere Pro's GPU filter entry is not available in this host");
+        SetUpPremiere();
+        break;
     }
   } catch (...) {
     TakeDown(false);
@@ -74,7 +76,7 @@ RenderSession::RenderSession(const std::string& modulePath, RenderSessionOptions
 
 RenderSession::~RenderSession() { TakeDown(false); }
 
-void RenderSession::SetUpAfterEffects() {
+void RenderSession::SetUpEffect() {
   device_ = &host_->gpu().OpenDevice(options_.deviceIndex);
   device_->MakeCurrent();
 
@@ -87,11 +89,14 @@ void RenderSession::SetUpAfterEffects() {
   if (err != PF_Err_NONE) {
     throw MakeError(PF_Cmd_PARAMS_SETUP, err, host_->out_data());
   }
+}
 
+void RenderSession::SetUpAfterEffects() {
+  SetUpEffect();
   PF_GPUDeviceSetupInput input{device_->framework(), options_.deviceIndex};
   PF_GPUDeviceSetupOutput output{};
   PF_GPUDeviceSetupExtra extra{&input, &output};
-  err = host_->Call(PF_Cmd_GPU_DEVICE_SETUP, nullptr, nullptr, &extra);
+  const PF_Err err = host_->Call(PF_Cmd_GPU_DEVICE_SETUP, nullptr, nullptr, &extra);
   // Whatever the effect kept for the device comes back at takedown, even
   // after a failed setup.
   gpuData_ = output.gpu_data;
@@ -105,10 +110,23 @@ void RenderSession::SetUpAfterEffects() {
   }
 }
 
+void RenderSession::SetUpPremiere() {
+  SetUpEffect();
+  premiere_ = std::make_unique<PremiereHost>(*host_);
+  const prSuiteError err = premiere_->CreateInstance(options_.deviceIndex);
+  if (PrSuiteErrorFailed(err)) {
+    throw GpuFilterError("CreateInstance", err, "the effect's GPU filter does not render on " +
+                                                    device_->desc().Describe());
+  }
+}
+
 void RenderSession::TakeDown(bool strict) {
   if (!host_) {
     return;
   }
+  // Premiere: the filter instances go, and the filter module shuts down,
+  // before the effect's global setdown.
+  premiere_.reset();
   PF_Cmd failedCommand = PF_Cmd_GPU_DEVICE_SETDOWN;
   PF_Err failure = PF_Err_NONE;
   PF_OutData failedOut{};
@@ -161,9 +179,20 @@ ImageF RenderSession::RenderFrame(const FrameSource& clip, A_long time, GpuFrame
     case HostApp::AfterEffects:
       return RenderAfterEffects(clip, time, format);
     case HostApp::Premiere:
-      break;
+      return RenderPremiere(clip, time, format);
   }
-  throw HostError("rendering through Premiere Pro's GPU filter entry is not available in this host");
+  throw HostError("unknown host application");
+}
+
+ImageF RenderSession::RenderPremiere(const FrameSource& clip, A_long time, GpuFrameFormat format) {
+  if (!premiere_) {
+    throw HostError("the render session is closed");
+  }
+  const PrPixelFormat pixelFormat =
+      format == GpuFrameFormat::Half16 ? PrPixelFormat_GPU_BGRA_4444_16f : PrPixelFormat_GPU_BGRA_4444_32f;
+  PremiereRenderOptions options;
+  options.sequenceStartFrame = options_.sequenceStartFrame;
+  return RenderPremiereFrame(*premiere_, options_.deviceIndex, clip, time, pixelFormat, options, &lastPremiereRender_);
 }
 
 ImageF RenderSession::RenderAfterEffects(const FrameSource& clip, A_long time, GpuFrameFormat format) {

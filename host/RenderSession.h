@@ -19,8 +19,11 @@
 #include "host/SmartRender.h"
 #include "host/gpu/GpuDevice.h"
 #include "host/media/Image.h"
+#include "host/premiere/PremiereRender.h"
 
 namespace dshost {
+
+class PremiereHost;
 
 // The GPU frame format of a render: four 32-bit floats or four 16-bit halves
 // per pixel.
@@ -45,10 +48,13 @@ class RenderError : public HostError {
 
 struct RenderSessionOptions {
   // After Effects drives the effect through smart render. Premiere Pro drives
-  // it through its GPU filter entry, which this host does not offer yet.
+  // it through its GPU filter entry (xGPUFilterEntry, host/premiere).
   HostApp app = HostApp::AfterEffects;
   // The host's device index (see EnumerateGpuDevices).
   uint32_t deviceIndex = 0;
+  // Premiere only: the sequence frame the clip starts at, which separates
+  // sequence times (frame dependencies) from clip times (parameters).
+  int64_t sequenceStartFrame = 0;
 };
 
 class RenderSession {
@@ -86,13 +92,21 @@ class RenderSession {
 
   // The checkouts and check-ins of the last render.
   const SmartRenderLog& lastRender() const { return lastRender_; }
+  // Premiere: the GPU filter host, and the dependencies, frames and result of
+  // the last render.
+  PremiereHost* premiere() { return premiere_.get(); }
+  const PremiereRenderLog& lastPremiereRender() const { return lastPremiereRender_; }
 
   // Takes the device down and sets the effect down now; throws RenderError
   // for a failing command. The destructor does the same quietly.
   void Close();
 
  private:
+  // Global and parameter setup, which both hosts send through EffectMain.
+  void SetUpEffect();
   void SetUpAfterEffects();
+  void SetUpPremiere();
+  ImageF RenderPremiere(const FrameSource& clip, A_long time, GpuFrameFormat format);
   void PrepareTimes(const FrameSource& clip, A_long time);
   ImageF RenderAfterEffects(const FrameSource& clip, A_long time, GpuFrameFormat format);
   // Sends the takedown commands that are due; `strict` throws the first
@@ -106,6 +120,8 @@ class RenderSession {
   bool deviceSetUp_ = false;
   void* gpuData_ = nullptr;
   SmartRenderLog lastRender_;
+  std::unique_ptr<PremiereHost> premiere_;
+  PremiereRenderLog lastPremiereRender_;
 };
 
 }  // namespace dshost
