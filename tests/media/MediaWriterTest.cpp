@@ -51,13 +51,14 @@ struct CodecCase {
 };
 
 // H.264 (8-bit 4:2:0, CRF 18) loses detail at sharp coloured edges, so on the
-// clip only its mean is bounded tightly. ProRes 4444 (10-bit 4:4:4) is close to
+// clip only its mean is bounded tightly; on the gradient its error is mostly
+// the 4:2:0 chroma, which the reader's fast conversion repeats per 2x2 block. ProRes 4444 (10-bit 4:4:4) is close to
 // lossless. FFV1 is lossless: only rounding to 1/255 or 1/65535 remains, as
 // for 16-bit PNG.
 constexpr float k8 = 0.5f / 255.0f + 1e-6f;
 constexpr float k16 = 0.5f / 65535.0f + 1e-6f;
 const CodecCase kCodecs[] = {
-    {"H264Mp4", "out.mp4", 8, "h264", false, {0.6f, 0.035, 0.0f}, {0.04f, 0.008, 0.0f}},
+    {"H264Mp4", "out.mp4", 8, "h264", false, {0.6f, 0.035, 0.0f}, {0.06f, 0.012, 0.0f}},
     {"ProRes4444Mov", "out.mov", 8, "prores", true, {0.02f, 0.003, 0.002f}, {0.005f, 0.001, 0.002f}},
     {"Ffv1Mkv", "out.mkv", 8, "ffv1", true, {k8, k8, k8}, {k8, k8, k8}},
     {"Ffv1Mkv16", "out.mkv", 16, "ffv1", true, {k16, k16, k16}, {k16, k16, k16}},
