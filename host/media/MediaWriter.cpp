@@ -295,7 +295,15 @@ class ContainerSink final : public Sink {
     if (!video_) throw std::bad_alloc();
     rc = avcodec_parameters_from_context(video_->codecpar, encoder_.get());
     if (rc < 0) fail("cannot set up the video stream", rc);
-    video_->time_base = options_.timeBase.valid() ? toAv(options_.timeBase) : encoder_->time_base;
+    video_->time_base = encoder_->time_base;
+    if (options_.timeBase.valid()) {
+      // The input's time base is kept when a frame lasts a whole number of its
+      // ticks (1/15360 at 30 fps); otherwise frame times would be rounded
+      // unevenly (1/12800 at 30000/1001 fps), so 1/fps is used.
+      const Rational tb = options_.timeBase.reduced();
+      const Rational fps = options_.frameRate;
+      if ((tb.den * fps.den) % (tb.num * fps.num) == 0 && tb.den <= INT32_MAX) video_->time_base = toAv(tb);
+    }
     video_->avg_frame_rate = encoder_->framerate;
     video_->r_frame_rate = encoder_->framerate;
 

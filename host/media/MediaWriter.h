@@ -36,8 +36,10 @@ OutputFormat outputFormatForPath(const std::filesystem::path& output);
 struct WriterOptions {
   OutputFormat format = OutputFormat::Auto;
   Rational frameRate{25, 1};
-  // Time base of the output video stream; invalid (the default) means 1/frameRate.
-  // Containers may replace it with their own (Matroska always uses 1/1000).
+  // Time base of the output video stream, usually the input's. Used when a frame
+  // lasts a whole number of its ticks; otherwise, and when invalid (the default),
+  // the stream counts in frames (1/frameRate). Containers may replace it with
+  // their own (Matroska always uses 1/1000).
   Rational timeBase{0, 1};
   bool alpha = true;       // keep an alpha channel where the format has one
   bool overwrite = false;  // replace an existing output

@@ -5,6 +5,7 @@
 #include "host/media/MediaError.h"
 #include "host/media/MediaReader.h"
 #include "host/media/MediaWriter.h"
+#include "host/media/detail/Ffmpeg.h"
 #include "media/MediaTestSupport.h"
 
 namespace dshost {
@@ -177,6 +178,32 @@ TEST(MediaWriterFormats, PngSequenceIntoAFolder) {
   EXPECT_EQ(reader.info().frameCount, 3);
   EXPECT_EQ(reader.info().firstSequenceNumber, 1);
 }
+
+#if DRIFTSMEAR_HAVE_FFMPEG
+// The video stream's time base as the file records it.
+Rational storedTimeBase(const std::filesystem::path& file) {
+  detail::InputContextPtr input = detail::openInput(file.string());
+  const AVStream* stream = input->streams[av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0)];
+  return Rational{stream->time_base.num, stream->time_base.den};
+}
+
+TEST(MediaWriterFormats, KeepsTheInputTimeBaseWhenFramesFitIt) {
+  ScratchDir dir;
+  SyntheticClip clip(smallClip(3));  // 30 fps
+  WriterOptions options;
+  options.timeBase = Rational{1, 15360};
+  writeClip(clip, dir / "fits.mov", options);
+  EXPECT_EQ(storedTimeBase(dir / "fits.mov"), (Rational{1, 15360}));
+
+  SyntheticClipOptions ntsc = smallClip(3);
+  ntsc.frameRate = Rational{30000, 1001};
+  options.timeBase = Rational{1, 12800};  // 427.09 ticks a frame: not kept
+  writeClip(SyntheticClip(ntsc), dir / "ntsc.mov", options);
+  MediaReader reader(dir / "ntsc.mov");
+  EXPECT_EQ(reader.info().frameRate, (Rational{30000, 1001}));
+  EXPECT_NE(storedTimeBase(dir / "ntsc.mov"), (Rational{1, 12800}));
+}
+#endif
 
 TEST(MediaWriterFormats, OddSizesArePaddedForH264) {
   DS_REQUIRE_FFMPEG();
