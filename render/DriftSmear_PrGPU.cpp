@@ -98,7 +98,9 @@ prSuiteError GPUDriftSmear::Initialize(PrGPUFilterInstance* ioInstanceData) {
   try {
     const prSuiteError err = PrGPUFilterBase::Initialize(ioInstanceData);
     if (PrSuiteErrorFailed(err)) {
-      if (MissingSuite() != nullptr) {
+      if (err == suiteError_InvalidParms) {
+        DRIFTSMEAR_LOG_ERROR(kInitializeTag, "The host gave the instance no suites");
+      } else if (MissingSuite() != nullptr) {
         DRIFTSMEAR_LOG_ERROR(kInitializeTag, "Cannot acquire the host suite \"" << MissingSuite() << "\"");
       } else {
         DRIFTSMEAR_LOG_ERROR(kInitializeTag, "Cannot read the GPU device information. Code: " << SuiteErrorText(err));

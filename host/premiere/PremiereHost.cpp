@@ -379,6 +379,19 @@ int64_t PremiereHost::FilterCreatedPPix() const {
 
 // ---- Parameters --------------------------------------------------------------------------------
 
+void PremiereHost::SetAngleParamType(PrParamType type) {
+  if (type != kPrParamType_Float32 && type != kPrParamType_Float64) {
+    throw HostError("angles can be reported as 32-bit or 64-bit floats only");
+  }
+  std::lock_guard<std::mutex> lock(mutex_);
+  angleType_ = type;
+}
+
+PrParamType PremiereHost::angleParamType() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return angleType_;
+}
+
 prSuiteError PremiereHost::ParamValue(csSDK_int32 index, PrTime time, PrParam* value) const {
   if (value == nullptr) {
     return suiteError_InvalidParms;
@@ -403,10 +416,19 @@ prSuiteError PremiereHost::ParamValue(csSDK_int32 index, PrTime time, PrParam* v
       value->mFloat64 = number;
       return suiteError_NoError;
     case PF_Param_ANGLE:
-      // Degrees as a 32-bit float: a filter that reads the angle's mFloat32
-      // (the first four bytes of the value) reads the angle itself.
-      value->mType = kPrParamType_Float32;
-      value->mFloat32 = static_cast<float>(number);
+      // Degrees as a 32-bit float by default, so that a filter reading the
+      // angle's mFloat32 (the first four bytes of the value) reads the angle
+      // itself. A 64-bit read of such a value sees the float's bits as the
+      // low half of a double with a zero high half: a subnormal number, in
+      // effect 0. With 64-bit angles it is the other way round: the first
+      // four bytes are the double's low mantissa bits (all zero for a whole
+      // number of degrees). No single type serves both reads.
+      value->mType = angleParamType();
+      if (value->mType == kPrParamType_Float32) {
+        value->mFloat32 = static_cast<float>(number);
+      } else {
+        value->mFloat64 = number;
+      }
       return suiteError_NoError;
     case PF_Param_POPUP:
     case PF_Param_SLIDER:

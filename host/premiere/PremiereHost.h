@@ -146,6 +146,13 @@ class PremiereHost {
   int64_t FilterCreatedPPix() const;
 
   // ---- Parameters ------------------------------------------------------------------
+  // How the video segment suite reports angles: kPrParamType_Float32 (the
+  // default) or kPrParamType_Float64, in degrees either way. Which one
+  // Premiere Pro uses is not known; a filter that reads an angle's mFloat32
+  // needs the first, one that reads its mFloat64 the second. Throws
+  // HostError for any other type.
+  void SetAngleParamType(PrParamType type);
+  PrParamType angleParamType() const;
   // The value the video segment suite reports for parameter `index` of the
   // GPU filter's list (the effect's parameter index - 1) at a time in ticks.
   prSuiteError ParamValue(csSDK_int32 index, PrTime time, PrParam* value) const;
@@ -167,6 +174,7 @@ class PremiereHost {
   std::map<uint32_t, std::unique_ptr<InstanceRecord>> instances_;
   csSDK_int32 nextNodeId_ = 1;
   std::map<PPixHand, std::unique_ptr<PremierePPix>> ppix_;
+  PrParamType angleType_ = kPrParamType_Float32;
   int64_t filterCreatedPPix_ = 0;
 };
 

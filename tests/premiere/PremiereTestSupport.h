@@ -64,21 +64,20 @@ class Session {
   std::unique_ptr<dshost::RenderSession> session_;
 };
 
-// A frame of a scene with motion in it: a soft diagonal gradient and a bright
-// square that moves `step` pixels right and down per frame, the whole drawn
-// centred in a frame of frameWidth x frameHeight, as if the scene of
-// sceneWidth x sceneHeight had been padded (with transparent black) or
-// cropped to it.
-inline dshost::ImageF SceneFrame(int index, int sceneWidth, int sceneHeight, int frameWidth, int frameHeight,
-                                 int step = 2) {
+// A frame of a scene that moves as a whole: slanted waves travelling three
+// pixels right per frame, with a bright square travelling two pixels right
+// and down. The scene of sceneWidth x sceneHeight is drawn centred in a
+// frame of frameWidth x frameHeight, as if it had been padded (with
+// transparent black) or cropped to that size.
+inline dshost::ImageF SceneFrame(int index, int sceneWidth, int sceneHeight, int frameWidth, int frameHeight) {
   dshost::ImageF image;
   image.width = frameWidth;
   image.height = frameHeight;
   image.bgra.assign(static_cast<size_t>(frameWidth) * frameHeight * 4, 0.0f);
   const int offsetX = (sceneWidth - frameWidth) / 2;
   const int offsetY = (sceneHeight - frameHeight) / 2;
-  const int squareX = 8 + index * step;
-  const int squareY = 6 + index * step;
+  const int squareX = 8 + index * 2;
+  const int squareY = 6 + index * 2;
   for (int y = 0; y < frameHeight; ++y) {
     for (int x = 0; x < frameWidth; ++x) {
       const int sx = x + offsetX;
@@ -88,9 +87,10 @@ inline dshost::ImageF SceneFrame(int index, int sceneWidth, int sceneHeight, int
       }
       float* pixel = image.pixel(x, y);
       const bool inSquare = sx >= squareX && sx < squareX + 16 && sy >= squareY && sy < squareY + 16;
-      pixel[0] = inSquare ? 0.95f : 0.15f + 0.5f * static_cast<float>(sx) / static_cast<float>(sceneWidth);
-      pixel[1] = inSquare ? 0.85f : 0.25f + 0.4f * static_cast<float>(sy) / static_cast<float>(sceneHeight);
-      pixel[2] = inSquare ? 0.10f : 0.5f + 0.3f * std::sin(0.3f * static_cast<float>(sx + sy));
+      const float wave = 0.5f + 0.5f * std::sin(0.4f * static_cast<float>(sx - 3 * index) + 0.25f * static_cast<float>(sy));
+      pixel[0] = inSquare ? 0.95f : wave;
+      pixel[1] = inSquare ? 0.85f : 0.2f + 0.5f * wave;
+      pixel[2] = inSquare ? 0.10f : 1.0f - wave;
       pixel[3] = 1.0f;
     }
   }
@@ -121,6 +121,20 @@ inline float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b) {
     worst = std::fmax(worst, d);
   }
   return worst;
+}
+
+// Pixels of two images of one size with a channel that differs by more than
+// `tolerance`.
+inline int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, float tolerance = 1e-3f) {
+  int count = 0;
+  for (size_t i = 0; i + 3 < a.bgra.size() && a.bgra.size() == b.bgra.size(); i += 4) {
+    bool differs = false;
+    for (size_t c = 0; c < 4; ++c) {
+      differs = differs || !(std::fabs(a.bgra[i + c] - b.bgra[i + c]) <= tolerance);
+    }
+    count += differs ? 1 : 0;
+  }
+  return count;
 }
 
 // Whether every value of the image lies in [0, 1]: the scene's colours stay
