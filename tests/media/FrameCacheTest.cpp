@@ -4,17 +4,16 @@
 
 #include <atomic>
 #include <map>
+#include <mutex>
 #include <thread>
 
 #include "host/media/FrameCache.h"
-#include "host/media/MediaError.h"
-#include "host/media/MediaReader.h"
 #include "media/MediaTestSupport.h"
 
 namespace dshost {
 namespace {
 
-constexpr std::size_t kWindow = 10;  // earlier frames each output frame reads
+constexpr std::int64_t kWindow = 10;  // earlier frames each output frame reads
 
 // A decoder that counts how often each frame is decoded and stamps the index
 // into the picture.
@@ -24,41 +23,37 @@ struct CountingDecoder {
 
   FrameCache::DecodeFunction function() {
     return [this](std::int64_t index, ImageF& out) {
-      {
-        std::lock_guard<std::mutex> lock(mutex);
-        ++decodes[index];
-      }
+      std::lock_guard<std::mutex> lock(mutex);
+      ++decodes[index];
       out = makeImage(2, 2, static_cast<float>(index));
     };
   }
+  void expectEachOnce(std::size_t frames) {
+    EXPECT_EQ(decodes.size(), frames);
+    for (const auto& [index, count] : decodes) EXPECT_EQ(count, 1) << "frame " << index;
+  }
 };
 
-// What a render does: for output frame n, frames n-window..n.
-void slideWindow(FrameCache& cache, std::int64_t frames, std::size_t window) {
+// What a render does: for output frame n, read frames n-window..n.
+template <typename Check>
+void slideWindow(FrameCache& cache, std::int64_t frames, Check check) {
   for (std::int64_t n = 0; n < frames; ++n) {
-    for (std::int64_t k = std::max<std::int64_t>(0, n - static_cast<std::int64_t>(window)); k <= n; ++k) {
-      const FrameCache::FramePtr frame = cache.get(k);
-      ASSERT_EQ(frame->bgra[0], static_cast<float>(k));
-    }
+    for (std::int64_t k = std::max<std::int64_t>(0, n - kWindow); k <= n; ++k) check(k, *cache.get(k));
   }
 }
 
 TEST(FrameCache, SlidingWindowDecodesEachFrameOnce) {
   CountingDecoder decoder;
   FrameCache cache(decoder.function(), FrameCache::capacityForWindow(kWindow));
-  slideWindow(cache, 60, kWindow);
+  slideWindow(cache, 60, [](std::int64_t k, const ImageF& f) { ASSERT_EQ(f.bgra[0], static_cast<float>(k)); });
   EXPECT_EQ(cache.decodeCount(), 60u);
-  EXPECT_EQ(decoder.decodes.size(), 60u);
-  for (const auto& [index, count] : decoder.decodes) EXPECT_EQ(count, 1) << "frame " << index;
+  decoder.expectEachOnce(60);
   EXPECT_LE(cache.size(), cache.capacity());
-}
 
-TEST(FrameCache, TooSmallARingDecodesAgain) {
-  // The counter is what tests of the renderer rely on: it must see re-decodes.
-  CountingDecoder decoder;
-  FrameCache cache(decoder.function(), kWindow / 2);
-  slideWindow(cache, 30, kWindow);
-  EXPECT_GT(cache.decodeCount(), 30u);
+  // The counter must see re-decodes when the ring is too small for the window.
+  FrameCache small(decoder.function(), kWindow / 2);
+  slideWindow(small, 30, [](std::int64_t, const ImageF&) {});
+  EXPECT_GT(small.decodeCount(), 30u);
 }
 
 TEST(FrameCache, SlidingWindowOverARealClipDecodesEachFrameOnce) {
@@ -67,43 +62,27 @@ TEST(FrameCache, SlidingWindowOverARealClipDecodesEachFrameOnce) {
   SyntheticClip clip(testing::smallClip(24, false, 32, 24));
   testing::writeClip(clip, dir / "clip.mkv");
   MediaReader reader(dir / "clip.mkv");
-  std::int64_t decodes = 0;
-  FrameCache cache(
-      [&](std::int64_t index, ImageF& out) {
-        ++decodes;
-        reader.readFrame(index, out);
-      },
-      FrameCache::capacityForWindow(kWindow));
-  for (std::int64_t n = 0; n < 24; ++n) {
-    for (std::int64_t k = std::max<std::int64_t>(0, n - 10); k <= n; ++k) {
-      ASSERT_TRUE(imagesClose(*cache.get(k), clip.frame(k), 0.5f / 255 + 1e-6f, 0.0f)) << "frame " << k;
-    }
-  }
+  FrameCache cache(reader, FrameCache::capacityForWindow(kWindow));
+  slideWindow(cache, 24, [&](std::int64_t k, const ImageF& f) {
+    ASSERT_TRUE(imagesClose(f, clip.frame(k), 0.5f / 255 + 1e-6f, 0.0f)) << "frame " << k;
+  });
   EXPECT_EQ(cache.decodeCount(), 24u);
-  EXPECT_EQ(decodes, 24);
 }
 
-TEST(FrameCache, EvictedFramesStayValidForTheirHolders) {
+TEST(FrameCache, EvictsTheLeastRecentlyUsedAndHoldersKeepTheirFrames) {
   CountingDecoder decoder;
   FrameCache cache(decoder.function(), 2);
-  const FrameCache::FramePtr first = cache.get(0);
+  const FrameCache::FramePtr zero = cache.get(0);
   cache.get(1);
+  cache.get(0);  // 1 is now the least recently used
   cache.get(2);
-  EXPECT_FALSE(cache.contains(0));
-  EXPECT_EQ(first->bgra[0], 0.0f);
-  EXPECT_EQ(cache.peek(0), nullptr);
-  EXPECT_EQ(cache.decodeCount(), 3u);  // peek and contains never decode
-}
-
-TEST(FrameCache, LeastRecentlyUsedFrameGoesFirst) {
-  CountingDecoder decoder;
-  FrameCache cache(decoder.function(), 2);
-  cache.get(0);
-  cache.get(1);
-  cache.get(0);  // 1 is now the oldest
-  cache.get(2);
-  EXPECT_TRUE(cache.contains(0));
   EXPECT_FALSE(cache.contains(1));
+  EXPECT_TRUE(cache.contains(0));
+  cache.get(3);
+  cache.get(4);
+  EXPECT_EQ(cache.peek(0), nullptr);
+  EXPECT_EQ(zero->bgra[0], 0.0f);      // still valid for whoever holds it
+  EXPECT_EQ(cache.decodeCount(), 5u);  // peek and contains never decode
 }
 
 TEST(FrameCache, DecodeErrorsPassThroughAndCacheNothing) {
@@ -127,7 +106,7 @@ TEST(FrameCache, ThreadsAskingForTheSameFramesDecodeEachOnce) {
   CountingDecoder decoder;
   constexpr std::int64_t kFrames = 200;
   FrameCache cache(decoder.function(), kFrames);  // everything fits: any order must decode once
-  std::atomic<bool> failed{false};
+  std::atomic<bool> wrongFrame{false};
   std::vector<std::thread> threads;
   threads.emplace_back([&] {  // a decode thread running ahead
     for (std::int64_t n = 0; n < kFrames; ++n) cache.get(n);
@@ -136,16 +115,16 @@ TEST(FrameCache, ThreadsAskingForTheSameFramesDecodeEachOnce) {
     threads.emplace_back([&, t] {  // renderers reading windows, each starting elsewhere
       for (std::int64_t i = 0; i < kFrames; ++i) {
         const std::int64_t n = (i + t * 37) % kFrames;
-        for (std::int64_t k = std::max<std::int64_t>(0, n - 10); k <= n; ++k) {
-          if (cache.get(k)->bgra[0] != static_cast<float>(k)) failed = true;
+        for (std::int64_t k = std::max<std::int64_t>(0, n - kWindow); k <= n; ++k) {
+          if (cache.get(k)->bgra[0] != static_cast<float>(k)) wrongFrame = true;
         }
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_FALSE(failed);
+  EXPECT_FALSE(wrongFrame);
   EXPECT_EQ(cache.decodeCount(), static_cast<std::uint64_t>(kFrames));
-  for (const auto& [index, count] : decoder.decodes) EXPECT_EQ(count, 1) << "frame " << index;
+  decoder.expectEachOnce(kFrames);
 }
 
 }  // namespace

@@ -4,14 +4,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "host/media/Image.h"
+#include "host/media/MediaError.h"
 #include "host/media/MediaReader.h"
 #include "host/media/MediaWriter.h"
 #include "host/media/SyntheticClip.h"
@@ -24,6 +26,11 @@
 #define DS_TEST_PID getpid()
 #endif
 
+#define DS_REQUIRE_FFMPEG()                                                      \
+  do {                                                                           \
+    if (!::dshost::mediaHasFfmpeg()) GTEST_SKIP() << "this build has no FFmpeg"; \
+  } while (0)
+
 namespace dshost::testing {
 
 // A fresh folder, removed with everything in it when the test ends.
@@ -31,10 +38,8 @@ class ScratchDir {
  public:
   ScratchDir() {
     static std::atomic<int> counter{0};
-    const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    const std::string name = test ? std::string(test->test_suite_name()) + "-" + test->name() : "media";
     path_ = std::filesystem::temp_directory_path() /
-            ("driftsmear-media-" + std::to_string(DS_TEST_PID) + "-" + std::to_string(counter++) + "-" + name);
+            ("driftsmear-media-" + std::to_string(DS_TEST_PID) + "-" + std::to_string(counter++));
     std::filesystem::remove_all(path_);
     std::filesystem::create_directories(path_);
   }
@@ -49,19 +54,8 @@ class ScratchDir {
   std::filesystem::path path_;
 };
 
-#define DS_REQUIRE_FFMPEG()                                                            \
-  do {                                                                                 \
-    if (!::dshost::mediaHasFfmpeg()) GTEST_SKIP() << "this build has no FFmpeg";       \
-  } while (0)
-
 inline SyntheticClipOptions smallClip(std::int64_t frames = 8, bool alpha = false, int width = 64, int height = 48) {
-  SyntheticClipOptions options;
-  options.width = width;
-  options.height = height;
-  options.frameCount = frames;
-  options.frameRate = Rational{30, 1};
-  options.alpha = alpha;
-  return options;
+  return SyntheticClipOptions{width, height, frames, Rational{30, 1}, alpha};
 }
 
 // Writes every frame of a generated clip and finishes the file.
@@ -72,14 +66,25 @@ inline void writeClip(const SyntheticClip& clip, const std::filesystem::path& ou
   writer.finish();
 }
 
+// Runs the action, expects a MediaError with the given code and returns its message.
+inline std::string mediaErrorOf(MediaErrc expected, const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const MediaError& e) {
+    EXPECT_EQ(mediaErrcName(e.code()), std::string(mediaErrcName(expected))) << e.what();
+    return e.what();
+  }
+  ADD_FAILURE() << "no MediaError";
+  return {};
+}
+
 inline std::string readFileBytes(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 inline void writeFileBytes(const std::filesystem::path& path, const std::string& bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 inline std::vector<std::string> filesIn(const std::filesystem::path& dir) {
@@ -90,7 +95,7 @@ inline std::vector<std::string> filesIn(const std::filesystem::path& dir) {
 }
 
 // The ffmpeg command-line tool, used only to make inputs our writer cannot
-// (clips with an audio track).
+// (clips with sound, MP4s with the index first).
 inline bool haveFfmpegTool() {
 #if defined(_WIN32)
   return false;
@@ -101,8 +106,7 @@ inline bool haveFfmpegTool() {
 }
 
 inline bool runFfmpegTool(const std::string& arguments) {
-  const std::string command = "ffmpeg -hide_banner -loglevel error -nostdin -y " + arguments + " >/dev/null 2>&1";
-  return std::system(command.c_str()) == 0;
+  return std::system(("ffmpeg -hide_banner -loglevel error -nostdin -y " + arguments + " >/dev/null 2>&1").c_str()) == 0;
 }
 
 }  // namespace dshost::testing
