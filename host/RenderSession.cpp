@@ -1,5 +1,6 @@
 #include "host/RenderSession.h"
 
+#include <chrono>
 #include <cstring>
 
 #include "AE_EffectCB.h"
@@ -205,23 +206,39 @@ ImageF RenderSession::RenderAfterEffects(const FrameSource& clip, A_long time, G
   SmartRenderRequest request(gpu, clip, SmartRenderRequest::Target::Gpu, options_.deviceIndex,
                              PixelFormatOf(format));
   ActiveRequestScope active(gpu, request);
+  lastTimes_ = RenderTimes{};
+  using Clock = std::chrono::steady_clock;
+  const auto seconds = [](Clock::time_point from) {
+    return std::chrono::duration<double>(Clock::now() - from).count();
+  };
 
+  auto start = Clock::now();
   PF_Err err = host_->Call(PF_Cmd_SMART_PRE_RENDER, nullptr, nullptr,
                            request.PreRenderExtra(gpuData_, device_->framework()));
+  lastTimes_.preRender = seconds(start);
   if (err != PF_Err_NONE) {
     lastRender_ = request.Log();
     throw MakeError(PF_Cmd_SMART_PRE_RENDER, err, host_->out_data());
   }
+  start = Clock::now();
   err = host_->Call(PF_Cmd_SMART_RENDER_GPU, nullptr, nullptr,
                     request.SmartRenderExtra(gpuData_, device_->framework()));
+  lastTimes_.render = seconds(start);
   lastRender_ = request.Log();
+  lastTimes_.callbacks = lastRender_.callbackSeconds;
   if (err != PF_Err_NONE) {
     throw MakeError(PF_Cmd_SMART_RENDER_GPU, err, host_->out_data());
   }
   if (request.output() == nullptr) {
     throw RenderError(PF_Cmd_SMART_RENDER_GPU, PF_Err_NONE, {}, "the effect rendered without an output");
   }
-  return gpu.Download(request.output());
+  start = Clock::now();
+  device_->Finish();
+  lastTimes_.finish = seconds(start);
+  start = Clock::now();
+  ImageF image = gpu.Download(request.output());
+  lastTimes_.download = seconds(start);
+  return image;
 }
 
 RenderSession::CpuRenderResult RenderSession::RequestCpuRender(const FrameSource& clip, A_long time) {

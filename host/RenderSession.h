@@ -92,6 +92,17 @@ class RenderSession {
 
   // The checkouts and check-ins of the last render.
   const SmartRenderLog& lastRender() const { return lastRender_; }
+  // Where the last After Effects render spent its time, in seconds: the two
+  // commands (the host's callbacks inside them included), the wait for the
+  // device to finish the queued passes, and reading the output back.
+  struct RenderTimes {
+    double preRender = 0.0;
+    double render = 0.0;
+    double callbacks = 0.0;
+    double finish = 0.0;
+    double download = 0.0;
+  };
+  const RenderTimes& lastRenderTimes() const { return lastTimes_; }
   // Premiere: the GPU filter host, and the dependencies, frames and result of
   // the last render.
   PremiereHost* premiere() { return premiere_.get(); }
@@ -120,6 +131,7 @@ class RenderSession {
   bool deviceSetUp_ = false;
   void* gpuData_ = nullptr;
   SmartRenderLog lastRender_;
+  RenderTimes lastTimes_;
   std::unique_ptr<PremiereHost> premiere_;
   PremiereRenderLog lastPremiereRender_;
 };

@@ -1,5 +1,6 @@
 #include "host/SmartRender.h"
 
+#include <chrono>
 #include <exception>
 #include <new>
 
@@ -49,6 +50,19 @@ PF_Err CheckinLayerPixels(PF_ProgPtr /*effect_ref*/, A_long checkout_idL) {
 PF_Err CheckoutOutput(PF_ProgPtr /*effect_ref*/, PF_EffectWorld** output) {
   return Serve([&](SmartRenderRequest& request) { return request.CheckoutOutput(output); });
 }
+
+// Adds the time of a scope to a total.
+class ScopeTimer {
+ public:
+  explicit ScopeTimer(double& total) : total_(total), start_(std::chrono::steady_clock::now()) {}
+  ~ScopeTimer() { total_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count(); }
+  ScopeTimer(const ScopeTimer&) = delete;
+  ScopeTimer& operator=(const ScopeTimer&) = delete;
+
+ private:
+  double& total_;
+  std::chrono::steady_clock::time_point start_;
+};
 
 short BitDepth(PF_PixelFormat format) {
   switch (format) {
@@ -131,6 +145,7 @@ SmartRenderLog SmartRenderRequest::Log() const {
   log.pixelCheckins = pixelCheckins_;
   log.outstandingPixels = heldPixels_.size();
   log.preRenderOutput = preOutput_;
+  log.callbackSeconds = callbackSeconds_;
   return log;
 }
 
@@ -147,6 +162,7 @@ int SmartRenderRequest::outputHeight() const {
 PF_Err SmartRenderRequest::CheckoutLayer(PF_ParamIndex index, A_long checkoutId, const PF_RenderRequest* request,
                                          A_long time, A_long timeStep, A_u_long timeScale,
                                          PF_CheckoutResult* result) {
+  const ScopeTimer timer(callbackSeconds_);
   LayerCheckoutRecord record;
   record.checkoutId = checkoutId;
   record.layer = index;
@@ -181,6 +197,7 @@ PF_Err SmartRenderRequest::CheckoutLayer(PF_ParamIndex index, A_long checkoutId,
 }
 
 PF_Err SmartRenderRequest::CheckoutLayerPixels(A_long checkoutId, PF_EffectWorld** pixels) {
+  const ScopeTimer timer(callbackSeconds_);
   PixelsCheckoutRecord record;
   record.checkoutId = checkoutId;
   record.error = gpu_.runtime().faults().Hit("smart_render.checkout_layer_pixels");
@@ -220,6 +237,7 @@ PF_Err SmartRenderRequest::CheckoutLayerPixels(A_long checkoutId, PF_EffectWorld
 }
 
 PF_Err SmartRenderRequest::CheckinLayerPixels(A_long checkoutId) {
+  const ScopeTimer timer(callbackSeconds_);
   PixelsCheckinRecord record;
   record.checkoutId = checkoutId;
   const PF_Err fault = gpu_.runtime().faults().Hit("smart_render.checkin_layer_pixels");
@@ -235,6 +253,7 @@ PF_Err SmartRenderRequest::CheckinLayerPixels(A_long checkoutId) {
 }
 
 PF_Err SmartRenderRequest::CheckoutOutput(PF_EffectWorld** output) {
+  const ScopeTimer timer(callbackSeconds_);
   if (const PF_Err fault = gpu_.runtime().faults().Hit("smart_render.checkout_output")) {
     return fault;
   }

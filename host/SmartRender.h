@@ -53,6 +53,9 @@ struct SmartRenderLog {
   // Checkout ids still out when the render command returned.
   size_t outstandingPixels = 0;
   PF_PreRenderOutput preRenderOutput{};
+  // Time spent in the host's callbacks (finding frames, making and filling
+  // their worlds, taking them back), in seconds.
+  double callbackSeconds = 0.0;
 };
 
 class SmartRenderRequest {
@@ -119,6 +122,7 @@ class SmartRenderRequest {
   std::vector<PixelsCheckinRecord> pixelCheckins_;
   std::map<A_long, PF_EffectWorld*> heldPixels_;
   PF_EffectWorld* output_ = nullptr;
+  double callbackSeconds_ = 0.0;
 };
 
 // Makes a request the one whose callbacks a GPU host serves, for a scope.
