@@ -139,6 +139,23 @@ TEST_P(MainKernelTest, VerticalFlowIsInvertedAndClampsAtTheTop) {
   }
 }
 
+// The magnitude band starts at 0.05 however low the threshold: with
+// threshold 0 a flow of about 0.03 blends nothing, one of about 0.07 does.
+TEST_P(MainKernelTest, ThresholdBandStartsAtFivePercent) {
+  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
+  const PixelBuffer cur = Ramp(true, 0.5f, 0.1f);
+  const PixelBuffer pre = Ramp(true, 0.5f, 0.3f);
+  KernelData params = DefaultParams();
+  params.threshold = 0.0f;
+  params.trailIntensity = 0.4f;
+  PixelBuffer dst(kSize, kSize, false);
+  backend->RunMain(pre, cur, dst, params);
+  EXPECT_TRUE(ImagesAgree(cur, dst, 0.0f));
+  params.trailIntensity = 1.0f;
+  backend->RunMain(pre, cur, dst, params);
+  EXPECT_TRUE(AnyPixelDiffers(dst, cur));
+}
+
 TEST_P(MainKernelTest, VelocityLimitsMayComeInEitherOrder) {
   DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   const PixelBuffer cur = Ramp(true, 0.5f, 0.1f);
@@ -224,7 +241,9 @@ TEST_P(MainKernelTest, WatermarkCrossWhenNotActivated) {
   const float u = 10.0f / kSize;
   const float v = 22.0f / kSize;
   ExpectPixel(dst, 10, 22, Bgra(0.25f + 0.75f * 0.8f, 0.5f + (u - 0.5f) * 0.8f, 0.75f + (v - 0.75f) * 0.8f), 1e-6f);
-  ExpectPixel(dst, 1, 5, frame.Get(1, 5));
+  // One pixel off either diagonal (a distance of 1/32 > 0.005) is untouched.
+  ExpectPixel(dst, 1, 0, frame.Get(1, 0));
+  ExpectPixel(dst, 10, 21, frame.Get(10, 21));
   ExpectPixel(dst, 20, 2, frame.Get(20, 2));
 }
 

@@ -7,10 +7,14 @@
 namespace driftsmear::testing {
 namespace {
 
-// Every pixel distinct and exactly representable as half.
+// Every pixel distinct and exactly representable as half; the row padding
+// holds other values, which a read past the row's end would pick up.
 PixelBuffer Source(unsigned int width, unsigned int height, bool half) {
   PixelBuffer image(width, height, half, static_cast<int>(width) + 3);
   for (unsigned int y = 0; y < height; ++y) {
+    for (unsigned int x = width; x < width + 3; ++x) {
+      image.Set(x, y, make_float4(5.0f, 5.0f, 5.0f, 5.0f));
+    }
     for (unsigned int x = 0; x < width; ++x) {
       image.Set(x, y, make_float4(x / 16.0f, y / 16.0f, 0.5f + (x + y) / 64.0f, 0.25f * (1 + (x + y) % 4)));
     }
