@@ -1,0 +1,195 @@
+// driftsmear render end to end: the real program on a generated clip, on
+// whatever device the machine has (PoCL in CI), written to every kind of
+// output and read back with the media layer.
+#include <gtest/gtest.h>
+
+#include "cli/CliTestSupport.h"
+#include "host/media/MediaReader.h"
+
+using namespace clitest;
+
+namespace {
+
+// Colour steps of 8-bit files, with room for float rounding inside the effect.
+constexpr float kLossless = 0.5f / 255.0f;
+// A frame where the square has moved over earlier frames: the smear shows.
+constexpr float kVisibleSmear = 0.1f;
+
+// Checks that the still part of every output frame is the input's and that the
+// moving part differs from the input in some frame.
+void ExpectStillKeptAndMotionSmeared(const std::vector<dshost::ImageF>& input,
+                                     const std::vector<dshost::ImageF>& output) {
+  ASSERT_EQ(output.size(), input.size());
+  float moving = 0.0f;
+  for (size_t i = 0; i < output.size(); ++i) {
+    EXPECT_LE(MaxDifference(output[i], input[i], 0, 0, kStillWidth - 4, kClipHeight), kLossless)
+        << "still part of frame " << i;
+    moving = std::max(moving, MaxDifference(output[i], input[i], kStillWidth, 0, kClipWidth, kClipHeight));
+  }
+  EXPECT_GT(moving, kVisibleSmear) << "the moving square leaves no trail";
+}
+
+}  // namespace
+
+TEST(CliRender, MatroskaKeepsFramesRateAudioAndStillPartsBothHosts) {
+  CLI_REQUIRE_DEVICE();
+  Scratch dir;
+  std::string reason;
+  const auto clip = MakeClipWithAudio(dir.path(), &reason);
+  if (!clip) {
+    GTEST_SKIP() << reason;
+  }
+  const std::vector<dshost::ImageF> input = ReadAll(*clip);
+
+  const RunResult ae = RunCli({"render", clip->string(), "-o", (dir / "ae.mkv").string(), "--set", "frames=3",
+                               "--stats", "--quiet"});
+  ASSERT_EQ(ae.exitCode, 0) << ae.Describe();
+  EXPECT_EQ(ae.err, "") << "--quiet prints nothing but errors";
+  const dshost::MediaInfo info = InfoOf(dir / "ae.mkv");
+  EXPECT_EQ(info.frameCount, kClipFrames);
+  EXPECT_EQ(info.width, kClipWidth);
+  EXPECT_EQ(info.height, kClipHeight);
+  EXPECT_EQ(info.frameRate, (dshost::Rational{12, 1}));
+  EXPECT_TRUE(info.hasAudio);
+  EXPECT_EQ(info.audioCodecName, "aac");
+  const std::vector<dshost::ImageF> rendered = ReadAll(dir / "ae.mkv");
+  ExpectStillKeptAndMotionSmeared(input, rendered);
+
+  // Premiere's GPU filter path renders the same pictures.
+  const RunResult premiere = RunCli({"render", clip->string(), "-o", (dir / "pr.mkv").string(), "--set",
+                                     "frames=3", "--host", "premiere", "--quiet"});
+  ASSERT_EQ(premiere.exitCode, 0) << premiere.Describe();
+  const std::vector<dshost::ImageF> fromPremiere = ReadAll(dir / "pr.mkv");
+  ASSERT_EQ(fromPremiere.size(), rendered.size());
+  for (size_t i = 0; i < rendered.size(); ++i) {
+    EXPECT_LE(MaxDifference(fromPremiere[i], rendered[i], 0, 0, kClipWidth, kClipHeight), 1.5f / 255.0f)
+        << "frame " << i;
+  }
+}
+
+TEST(CliRender, Mp4KeepsShapeRateAndAudioAndIsNeverOverwrittenWithoutYes) {
+  CLI_REQUIRE_DEVICE();
+  Scratch dir;
+  std::string reason;
+  const auto clip = MakeClipWithAudio(dir.path(), &reason);
+  if (!clip) {
+    GTEST_SKIP() << reason;
+  }
+  const std::string output = (dir / "out.mp4").string();
+  const RunResult first = RunCli({"render", clip->string(), "-o", output, "--preset", "stutter"});
+  ASSERT_EQ(first.exitCode, 0) << first.Describe();
+  EXPECT_NE(first.err.find("frame 12/12"), std::string::npos) << "a plain progress line when not on a terminal\n"
+                                                              << first.err;
+  EXPECT_EQ(first.err.find('\r'), std::string::npos) << "no in-place progress line when not on a terminal";
+  const dshost::MediaInfo info = InfoOf(output);
+  EXPECT_EQ(info.frameCount, kClipFrames);
+  EXPECT_EQ(info.width, kClipWidth);
+  EXPECT_EQ(info.height, kClipHeight);
+  EXPECT_EQ(info.frameRate, (dshost::Rational{12, 1}));
+  EXPECT_EQ(info.codecName, "h264");
+  EXPECT_EQ(info.audioCodecName, "aac");
+  const auto size = fs::file_size(output);
+
+  const RunResult again = RunCli({"render", clip->string(), "-o", output, "--duration", "2f"});
+  EXPECT_EQ(again.exitCode, 3) << again.Describe();
+  EXPECT_NE(again.err.find("pass -y to overwrite"), std::string::npos) << again.err;
+  EXPECT_EQ(fs::file_size(output), size);
+  EXPECT_EQ(InfoOf(output).frameCount, kClipFrames);
+
+  const RunResult replaced = RunCli({"render", clip->string(), "-o", output, "--duration", "2f", "-y", "-q"});
+  ASSERT_EQ(replaced.exitCode, 0) << replaced.Describe();
+  EXPECT_EQ(InfoOf(output).frameCount, 2);
+  EXPECT_EQ(dir.Listing(), (std::vector<std::string>{"clip.mkv", "out.mp4"})) << "no partial files left";
+}
+
+TEST(CliRender, PngSequenceInAndOutKeepsStillPartsAndNumbering) {
+  CLI_REQUIRE_DEVICE();
+  Scratch dir;
+  const fs::path input = MakeClipSequence(dir.path());
+  fs::create_directories(dir / "out");
+  const RunResult result = RunCli({"render", input.string(), "-o", (dir / "out" / "f_%04d.png").string(), "--set",
+                                   "frames=4", "--set", "trail=60", "-q"});
+  ASSERT_EQ(result.exitCode, 0) << result.Describe();
+  std::vector<std::string> expected;
+  for (int i = 0; i < kClipFrames; ++i) {
+    char name[32];
+    std::snprintf(name, sizeof(name), "f_%04d.png", i);
+    expected.emplace_back(name);
+  }
+  std::vector<std::string> written;
+  for (const auto& entry : fs::directory_iterator(dir / "out")) {
+    written.push_back(entry.path().filename().string());
+  }
+  std::sort(written.begin(), written.end());
+  EXPECT_EQ(written, expected);
+  ExpectStillKeptAndMotionSmeared(ReadAll(input), ReadAll(dir / "out" / "f_%04d.png"));
+}
+
+// The effect reads several earlier (or, with a negative frame offset, later)
+// frames for every output frame; the frame cache serves them, so every input
+// frame the render reaches is decoded exactly once.
+TEST(CliRender, EachInputFrameIsDecodedOnce) {
+  CLI_REQUIRE_DEVICE();
+  Scratch dir;
+  const fs::path input = MakeClipSequence(dir.path());
+  struct Case {
+    std::vector<std::string> settings;
+    int64_t frames;       // output frames
+    int64_t inputFrames;  // input frames the render reaches
+  };
+  const Case cases[] = {
+      {{"--set", "frames=3"}, kClipFrames, kClipFrames},
+      // 12 frames 12 apart, ahead of the current one: the whole clip from frame 0.
+      {{"--preset", "slow-motion"}, kClipFrames, kClipFrames},
+      // Output 4..8 reads back to 4 - 4 x 2 = frame -4, clamped to 0.
+      {{"--set", "frames=5", "--set", "frame-offset=2", "--start", "4f", "--duration", "5f"}, 5, 9},
+      // A sequence runs at 25 fps: output 6..8 (0.24 s on, 0.12 s long) reads 6 - 2 = 4 to 8.
+      {{"--set", "frames=3", "--start", "0:00.24", "--duration", "0.12s"}, 3, 5},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> args{"render", input.string(), "-o", (dir / "out.mkv").string(), "-y", "-q", "--stats"};
+    args.insert(args.end(), c.settings.begin(), c.settings.end());
+    const RunResult result = RunCli(args);
+    ASSERT_EQ(result.exitCode, 0) << result.Describe();
+    EXPECT_EQ(StatValue(result.out, "written"), c.frames) << result.out;
+    EXPECT_EQ(StatValue(result.out, "input_frames"), c.inputFrames) << result.out;
+    EXPECT_EQ(StatValue(result.out, "decoded"), c.inputFrames) << result.out;
+  }
+}
+
+TEST(CliRender, PresetsByChineseNameAndDebugViewsReachTheEffect) {
+  CLI_REQUIRE_DEVICE();
+  Scratch dir;
+  const fs::path input = MakeClipSequence(dir.path(), 4);
+  const auto render = [&](const std::string& name, std::vector<std::string> extra) {
+    std::vector<std::string> args{"render", input.string(), "-o", (dir / (name + "_%d.png")).string(), "-q"};
+    args.insert(args.end(), extra.begin(), extra.end());
+    const RunResult result = RunCli(args);
+    EXPECT_EQ(result.exitCode, 0) << name << ": " << result.Describe();
+    return ReadAll(dir / (name + "_%d.png"));
+  };
+  const auto strong = render("strong", {"--preset", "strong"});
+  const auto chinese = render("chinese", {"--preset", "强烈"});
+  const auto english = render("english", {"--preset", "Strong"});
+  const auto plain = render("plain", {});
+  ASSERT_EQ(strong.size(), 4u);
+  ASSERT_EQ(chinese.size(), 4u);
+  ASSERT_EQ(english.size(), 4u);
+  ASSERT_EQ(plain.size(), 4u);
+  EXPECT_EQ(MaxDifference(chinese[3], strong[3], 0, 0, kClipWidth, kClipHeight), 0.0f);
+  EXPECT_EQ(MaxDifference(english[3], strong[3], 0, 0, kClipWidth, kClipHeight), 0.0f);
+  EXPECT_GT(MaxDifference(plain[3], strong[3], 0, 0, kClipWidth, kClipHeight), kVisibleSmear)
+      << "the preset changes the picture";
+  // A --set after the preset wins over it.
+  const auto overridden = render("overridden", {"--preset", "strong", "--set", "amount=0", "--set", "trail=0",
+                                                "--set", "displace=0", "--set", "chromatic=0"});
+  ASSERT_EQ(overridden.size(), 4u);
+  EXPECT_GT(MaxDifference(overridden[3], strong[3], 0, 0, kClipWidth, kClipHeight), kVisibleSmear);
+
+  for (const char* view : {"motion", "displace", "flowmag", "shift"}) {
+    const auto shown = render(std::string("view_") + view, {"--view", view, "--duration", "4f"});
+    ASSERT_EQ(shown.size(), 4u) << view;
+    EXPECT_GT(MaxDifference(shown[3], plain[3], 0, 0, kClipWidth, kClipHeight), kVisibleSmear)
+        << "the " << view << " view shows something other than the result";
+  }
+}

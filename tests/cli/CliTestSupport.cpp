@@ -1,0 +1,267 @@
+#include "cli/CliTestSupport.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "common/TestSupport.h"
+#include "host/media/MediaReader.h"
+#include "host/media/MediaWriter.h"
+
+#ifdef _WIN32
+#include <process.h>
+#define CLI_TEST_PID _getpid()
+#else
+#include <sys/wait.h>
+#include <unistd.h>
+#define CLI_TEST_PID getpid()
+#endif
+
+namespace clitest {
+
+namespace {
+
+// The effect composites each pass over its output in place, reading
+// neighbours other work-groups may be writing, so a device that runs
+// work-groups side by side gives renders that differ in a few pixels. PoCL
+// with one thread runs them in a fixed order; the children inherit this, so
+// renders compare exactly.
+const bool kSerialPoCL = [] {
+  testsupport::SetEnv("POCL_MAX_PTHREAD_COUNT", "1");
+  return true;
+}();
+
+std::string Quote(const std::string& text) {
+#ifdef _WIN32
+  return "\"" + text + "\"";
+#else
+  std::string quoted = "'";
+  for (const char c : text) {
+    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  }
+  return quoted + "'";
+#endif
+}
+
+std::string ReadFile(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Runs a shell command line; the exit code (128 + signal for a signal).
+int System(const std::string& command) {
+#ifdef _WIN32
+  // cmd /c strips one pair of quotes around the whole line.
+  return std::system(("\"" + command + "\"").c_str());
+#else
+  const int status = std::system(command.c_str());
+  if (status == -1) {
+    return -1;
+  }
+  if (WIFEXITED(status)) {
+    return WEXITSTATUS(status);
+  }
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
+#endif
+}
+
+fs::path RunFolder() {
+  static const fs::path folder = [] {
+    const fs::path f = fs::temp_directory_path() / ("driftsmear-cli-runs-" + std::to_string(CLI_TEST_PID));
+    fs::create_directories(f);
+    return f;
+  }();
+  return folder;
+}
+
+// 0..255 texture values for the still part; different per channel.
+float Texture(int x, int y, int channel) {
+  const int value = (x * 37 + y * 91 + ((x * y + channel * 5) % 13) * 11 + channel * 60) % 190 + 40;
+  return static_cast<float>(value) / 255.0f;
+}
+
+}  // namespace
+
+std::string RunResult::Describe() const {
+  return "exit code " + std::to_string(exitCode) + "\n--- stdout ---\n" + out + "--- stderr ---\n" + err;
+}
+
+RunResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env) {
+  static std::atomic<int> counter{0};
+  const int run = counter++;
+  const fs::path outFile = RunFolder() / ("out" + std::to_string(run) + ".txt");
+  const fs::path errFile = RunFolder() / ("err" + std::to_string(run) + ".txt");
+  std::string command = Quote(DRIFTSMEAR_CLI_PATH);
+  for (const std::string& arg : args) {
+    command += " " + Quote(arg);
+  }
+  command += " <" + Quote(
+#ifdef _WIN32
+                        "NUL"
+#else
+                        "/dev/null"
+#endif
+                        ) +
+             " >" + Quote(outFile.string()) + " 2>" + Quote(errFile.string());
+
+  std::map<std::string, std::optional<std::string>> previous;
+  for (const auto& [name, value] : env) {
+    const char* old = std::getenv(name.c_str());
+    previous[name] = old ? std::optional<std::string>(old) : std::nullopt;
+    testsupport::SetEnv(name.c_str(), value);
+  }
+  RunResult result;
+  result.exitCode = System(command);
+  for (const auto& [name, value] : previous) {
+    if (value) {
+      testsupport::SetEnv(name.c_str(), *value);
+    } else {
+      testsupport::UnsetEnv(name.c_str());
+    }
+  }
+  result.out = ReadFile(outFile);
+  result.err = ReadFile(errFile);
+  std::error_code ignored;
+  fs::remove(outFile, ignored);
+  fs::remove(errFile, ignored);
+  return result;
+}
+
+Scratch::Scratch() {
+  static std::atomic<int> counter{0};
+  path_ = fs::temp_directory_path() /
+          ("driftsmear-cli-" + std::to_string(CLI_TEST_PID) + "-" + std::to_string(counter++));
+  fs::remove_all(path_);
+  fs::create_directories(path_);
+}
+
+Scratch::~Scratch() {
+  std::error_code ignored;
+  fs::remove_all(path_, ignored);
+}
+
+std::vector<std::string> Scratch::Listing() const {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::recursive_directory_iterator(path_)) {
+    names.push_back(fs::relative(entry.path(), path_).generic_string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+dshost::ImageF ClipFrame(int index) {
+  dshost::ImageF frame = dshost::makeImage(kClipWidth, kClipHeight, 0.5f, 0.5f, 0.5f, 1.0f);
+  for (int y = 0; y < kClipHeight; ++y) {
+    for (int x = 0; x < kStillWidth; ++x) {
+      float* p = frame.pixel(x, y);
+      for (int c = 0; c < 3; ++c) {
+        p[c] = Texture(x, y, c);
+      }
+    }
+  }
+  // A 10x10 checkered square, 2 pixels further right each frame.
+  const int left = 30 + 2 * index;
+  for (int y = 18; y < 28; ++y) {
+    for (int x = left; x < std::min(left + 10, kClipWidth); ++x) {
+      float* p = frame.pixel(x, y);
+      const bool light = ((x - left) / 2 + (y - 18) / 2) % 2 == 0;
+      p[0] = light ? 1.0f : 0.0f;
+      p[1] = light ? 200.0f / 255.0f : 20.0f / 255.0f;
+      p[2] = light ? 40.0f / 255.0f : 1.0f;
+    }
+  }
+  return frame;
+}
+
+std::optional<fs::path> MakeClipWithAudio(const fs::path& folder, std::string* reason) {
+  if (!dshost::mediaHasFfmpeg()) {
+    *reason = "this build reads no video files";
+    return std::nullopt;
+  }
+  const fs::path tone = folder / "tone.m4a";
+  const std::string command = "ffmpeg -nostdin -loglevel error -y -f lavfi -i sine=frequency=440:duration=1 -c:a aac " +
+                              Quote(tone.string());
+  if (System(command) != 0 || !fs::exists(tone)) {
+    *reason = "the ffmpeg program, which makes the test clip's audio, is not installed";
+    return std::nullopt;
+  }
+  const fs::path clip = folder / "clip.mkv";
+  dshost::WriterOptions options;
+  options.frameRate = dshost::Rational{12, 1};
+  options.alpha = false;
+  options.audioFrom = tone;
+  dshost::MediaWriter writer(clip, options);
+  for (int i = 0; i < kClipFrames; ++i) {
+    writer.write(ClipFrame(i));
+  }
+  writer.finish();
+  fs::remove(tone);
+  return clip;
+}
+
+fs::path MakeClipSequence(const fs::path& folder, int frames) {
+  const fs::path pattern = folder / "in_%02d.png";
+  dshost::WriterOptions options;
+  options.alpha = false;
+  dshost::MediaWriter writer(pattern, options);
+  for (int i = 0; i < frames; ++i) {
+    writer.write(ClipFrame(i));
+  }
+  writer.finish();
+  return pattern;
+}
+
+std::vector<dshost::ImageF> ReadAll(const fs::path& input) {
+  dshost::MediaReader reader(input);
+  std::vector<dshost::ImageF> frames;
+  for (int64_t i = 0; i < reader.info().frameCount; ++i) {
+    frames.push_back(reader.readFrame(i));
+  }
+  return frames;
+}
+
+dshost::MediaInfo InfoOf(const fs::path& input) { return dshost::MediaReader(input).info(); }
+
+float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b, int x0, int y0, int x1, int y1) {
+  float worst = 0.0f;
+  for (int y = y0; y < y1; ++y) {
+    for (int x = x0; x < x1; ++x) {
+      for (int c = 0; c < 4; ++c) {
+        worst = std::max(worst, std::fabs(a.pixel(x, y)[c] - b.pixel(x, y)[c]));
+      }
+    }
+  }
+  return worst;
+}
+
+int64_t StatValue(const std::string& output, const std::string& key) {
+  const size_t line = output.find("stats:");
+  if (line == std::string::npos) {
+    return -1;
+  }
+  const size_t at = output.find(" " + key + "=", line);
+  if (at == std::string::npos) {
+    return -1;
+  }
+  return std::atoll(output.c_str() + at + key.size() + 2);
+}
+
+bool HaveDevice(std::string* reason) {
+  static const RunResult info = RunCli({"info"});
+  if (info.exitCode != 0) {
+    *reason = "driftsmear info failed: " + info.Describe();
+    return false;
+  }
+  if (info.out.find("GPU devices (--device N):\n  none:") != std::string::npos) {
+    *reason = "no OpenCL or CUDA device";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace clitest

@@ -1,0 +1,285 @@
+#include "tools/driftsmear/Options.h"
+
+#include <cmath>
+
+#include "tools/driftsmear/CliError.h"
+#include "tools/driftsmear/Text.h"
+
+namespace driftsmear {
+
+namespace {
+
+enum CommandBit : unsigned { kRender = 1, kDemo = 2, kInfo = 4, kPanel = 8 };
+
+struct OptionSpec {
+  const char* name;  // as typed, with its dashes
+  bool takesValue;
+  unsigned commands;  // where it is allowed
+};
+
+// Every option; short forms are separate rows.
+const OptionSpec kOptions[] = {
+    {"-o", true, kRender | kDemo | kPanel},
+    {"--output", true, kRender | kDemo | kPanel},
+    {"--preset", true, kRender},
+    {"--set", true, kRender},
+    {"--view", true, kRender},
+    {"--host", true, kRender | kDemo | kPanel},
+    {"--device", true, kRender | kDemo | kPanel},
+    {"--half", false, kRender | kDemo},
+    {"--start", true, kRender},
+    {"--duration", true, kRender},
+    {"-y", false, kRender | kDemo | kPanel},
+    {"--yes", false, kRender | kDemo | kPanel},
+    {"--quiet", false, kRender | kDemo | kInfo | kPanel},
+    {"-q", false, kRender | kDemo | kInfo | kPanel},
+    {"--stats", false, kRender | kDemo},
+    {"--module", true, kRender | kDemo | kInfo | kPanel},
+    {"--width", true, kDemo},
+    {"--height", true, kDemo},
+    {"--frames", true, kDemo},
+};
+
+struct CommandSpec {
+  const char* name;
+  Command command;
+  unsigned bit;
+};
+
+const CommandSpec kCommands[] = {
+    {"render", Command::Render, kRender},
+    {"demo", Command::Demo, kDemo},
+    {"info", Command::Info, kInfo},
+    {"panel", Command::Panel, kPanel},
+};
+
+[[noreturn]] void Usage(const std::string& message) {
+  throw CliError(kExitUsage, message + "; see 'driftsmear --help'");
+}
+
+int ParseCount(const std::string& option, const std::string& text, int minimum, int maximum) {
+  const auto value = ParseNumber(text);
+  if (!value || *value != std::floor(*value) || *value < minimum || *value > maximum) {
+    Usage(option + " takes a whole number from " + std::to_string(minimum) + " to " + std::to_string(maximum) +
+          ", not '" + text + "'");
+  }
+  return static_cast<int>(*value);
+}
+
+}  // namespace
+
+Options ParseCommandLine(const std::vector<std::string>& args) {
+  Options options;
+  if (args.empty()) {
+    options.command = Command::Help;
+    return options;
+  }
+  const std::string& first = args[0];
+  if (first == "--help" || first == "-h" || first == "help") {
+    options.command = Command::Help;
+    return options;
+  }
+  if (first == "--version") {
+    options.command = Command::Version;
+    return options;
+  }
+  unsigned bit = 0;
+  std::vector<std::string> commandNames;
+  for (const CommandSpec& spec : kCommands) {
+    commandNames.emplace_back(spec.name);
+    if (first == spec.name) {
+      options.command = spec.command;
+      bit = spec.bit;
+    }
+  }
+  if (bit == 0) {
+    Usage("unknown command '" + first + "'" + DidYouMean(first, commandNames));
+  }
+
+  std::vector<std::string> positional;
+  bool optionsEnded = false;
+  for (size_t i = 1; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (optionsEnded || arg.size() < 2 || arg[0] != '-') {
+      positional.push_back(arg);
+      continue;
+    }
+    if (arg == "--") {
+      optionsEnded = true;
+      continue;
+    }
+    if (arg == "--help" || arg == "-h") {
+      options.command = Command::Help;
+      return options;
+    }
+    std::string name = arg;
+    std::optional<std::string> inlineValue;
+    if (const size_t equals = arg.find('='); arg.rfind("--", 0) == 0 && equals != std::string::npos) {
+      name = arg.substr(0, equals);
+      inlineValue = arg.substr(equals + 1);
+    }
+    const OptionSpec* spec = nullptr;
+    std::vector<std::string> allowed;
+    for (const OptionSpec& candidate : kOptions) {
+      if ((candidate.commands & bit) != 0) {
+        allowed.emplace_back(candidate.name);
+        if (name == candidate.name) {
+          spec = &candidate;
+        }
+      }
+    }
+    if (spec == nullptr) {
+      for (const OptionSpec& candidate : kOptions) {
+        if (name == candidate.name) {
+          Usage("option " + name + " does not apply to '" + first + "'");
+        }
+      }
+      Usage("unknown option '" + name + "'" + DidYouMean(name, allowed));
+    }
+    std::string value;
+    if (spec->takesValue) {
+      if (inlineValue) {
+        value = *inlineValue;
+      } else if (i + 1 < args.size()) {
+        value = args[++i];
+      } else {
+        Usage("option " + name + " needs a value");
+      }
+    } else if (inlineValue) {
+      Usage("option " + name + " takes no value");
+    }
+
+    if (name == "-o" || name == "--output") {
+      if (value.empty()) {
+        Usage("option " + name + " needs a file name");
+      }
+      options.output = value;
+    } else if (name == "--preset") {
+      options.preset = value;
+    } else if (name == "--set") {
+      options.sets.push_back(value);
+    } else if (name == "--view") {
+      options.view = value;
+    } else if (name == "--host") {
+      const std::string host = Lower(value);
+      if (host != "ae" && host != "premiere") {
+        Usage("--host takes 'ae' (After Effects) or 'premiere' (Premiere Pro), not '" + value + "'");
+      }
+      options.host = host;
+    } else if (name == "--device") {
+      options.device = ParseCount(name, value, 0, 255);
+    } else if (name == "--half") {
+      options.half = true;
+    } else if (name == "--start") {
+      options.start = value;
+    } else if (name == "--duration") {
+      options.duration = value;
+    } else if (name == "-y" || name == "--yes") {
+      options.overwrite = true;
+    } else if (name == "--quiet" || name == "-q") {
+      options.quiet = true;
+    } else if (name == "--stats") {
+      options.stats = true;
+    } else if (name == "--module") {
+      options.module = value;
+    } else if (name == "--width") {
+      options.width = ParseCount(name, value, 16, 8192);
+    } else if (name == "--height") {
+      options.height = ParseCount(name, value, 16, 8192);
+    } else if (name == "--frames") {
+      options.frames = ParseCount(name, value, 1, 100000);
+    }
+  }
+
+  if (options.command == Command::Render) {
+    if (positional.empty()) {
+      Usage("render needs an input file");
+    }
+    if (positional.size() > 1) {
+      Usage("render takes one input, got '" + positional[0] + "' and '" + positional[1] + "'");
+    }
+    options.input = positional[0];
+    if (!options.output) {
+      Usage("render needs an output: -o FILE");
+    }
+  } else if (!positional.empty()) {
+    Usage("unexpected argument '" + positional[0] + "'");
+  }
+  if (options.half && options.host.value_or("ae") != "premiere") {
+    Usage("--half renders 16-bit half-float frames, which only Premiere Pro hands this effect; add --host premiere");
+  }
+  if (options.command == Command::Panel && !options.output) {
+    Usage("panel needs an output: -o FILE.png");
+  }
+  return options;
+}
+
+std::string HelpText() {
+  return R"(driftsmear - apply the Drift Smear effect to video files
+
+Usage:
+  driftsmear render INPUT -o OUTPUT [options]
+  driftsmear demo [-o FILE] [-y]
+  driftsmear info
+  driftsmear panel -o FILE.png
+  driftsmear --help | --version
+
+Commands:
+  render   Render INPUT (a video file, an image sequence such as frames/%04d.png,
+           or one image) through the effect into OUTPUT.
+  demo     Render a generated clip (moving, textured shapes, 720p) with the
+           default settings; default output driftsmear-demo.mp4.
+  info     List the GPU devices, the parameters (key, Chinese name, Disk ID,
+           range, default), the presets, the debug views and the module's
+           registration values.
+  panel    Save the Effect Controls area as the effect draws it, as a PNG.
+
+Output formats, chosen by OUTPUT's name:
+  .mp4 H.264 | .mov ProRes 4444 (alpha) | .mkv FFV1 lossless (alpha)
+  a %d pattern (out/%04d.png) or a folder ending in / : 16-bit PNG sequence
+  Audio of the input is copied through.
+
+Render options:
+  -o, --output FILE     where to write (required)
+  --preset NAME         start from a preset: default, fine, strong, stutter,
+                        slow-motion (or the menu text in English or Chinese)
+  --set KEY=VALUE       set a parameter after the preset; repeatable. Keys and
+                        ranges: 'driftsmear info'. Angles in degrees,
+                        premultiplied=on|off
+  --view VIEW           result (default), motion, displace, flowmag, shift
+  --host ae|premiere    drive the effect as After Effects (default) or
+                        through Premiere Pro's GPU filter
+  --device N            GPU device index from 'driftsmear info' (default:
+                        the first CUDA device, else the first OpenCL GPU,
+                        else device 0)
+  --half                render with 16-bit half floats on the GPU (with
+                        --host premiere: After Effects renders 32-bit only)
+  --start TIME          first frame to render (default: the start)
+  --duration TIME       how much to render (default: to the end)
+                        TIME: seconds (2.5 or 2.5s), frames (60f) or a
+                        clock time (1:30, 0:01:02.5)
+  -y, --yes             overwrite an existing output
+  -q, --quiet           print nothing but errors
+  --stats               print a summary line (frames, decodes, fps) at the end
+  --module PATH         the plug-in module (default: $DRIFTSMEAR_MODULE, then
+                        the module beside this program, then the one built
+                        with it)
+
+Progress goes to standard error: one updating line on a terminal, a line
+every tenth of the work otherwise. Ctrl-C stops after the frame in hand and
+finishes the output with the frames done; a second Ctrl-C quits at once.
+
+Exit codes:
+  0    success
+  1    usage: unknown command, option, key or preset; value out of range
+  2    input: missing, unreadable, unsupported, or a frame that cannot be
+       decoded (the output keeps the frames rendered before it)
+  3    output: exists (use -y), unsupported name, or writing failed
+  4    device: no OpenCL or CUDA device, or the device cannot be used
+  5    module: the plug-in module cannot be loaded or set up
+  6    render: the effect failed a frame (the output keeps the frames before it)
+  130  interrupted by Ctrl-C (the output holds the frames done)
+)";
+}
+
+}  // namespace driftsmear

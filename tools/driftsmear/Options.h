@@ -1,0 +1,39 @@
+// The command line of driftsmear: commands, options and the help text.
+#pragma once
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace driftsmear {
+
+enum class Command { Help, Version, Render, Demo, Info, Panel };
+
+struct Options {
+  Command command = Command::Help;
+  std::string input;                  // render: the input file, sequence pattern or image
+  std::optional<std::string> output;  // -o
+  std::optional<std::string> preset;  // --preset NAME
+  std::vector<std::string> sets;      // --set KEY=VALUE, in order
+  std::optional<std::string> view;    // --view
+  std::optional<std::string> host;    // --host ae|premiere
+  std::optional<int> device;          // --device N
+  std::optional<std::string> start;   // --start TIME
+  std::optional<std::string> duration;  // --duration TIME
+  std::optional<std::string> module;  // --module PATH
+  bool half = false;                  // --half
+  bool overwrite = false;             // -y
+  bool quiet = false;                 // --quiet
+  bool stats = false;                 // --stats: a machine-readable summary line
+  // demo only, not in the help: a smaller generated clip (tests).
+  std::optional<int> width;
+  std::optional<int> height;
+  std::optional<int> frames;
+};
+
+// Parses the arguments after the program name. Throws CliError(kExitUsage)
+// with the mistake and, for a misspelt command or option, the closest one.
+Options ParseCommandLine(const std::vector<std::string>& args);
+
+std::string HelpText();
+
+}  // namespace driftsmear

@@ -1,0 +1,265 @@
+#include "tools/driftsmear/Pipeline.h"
+
+#include <algorithm>
+#include <cmath>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <thread>
+
+#include "host/CachedClipSource.h"
+#include "host/HostError.h"
+#include "host/media/MediaError.h"
+#include "tools/driftsmear/Console.h"
+
+namespace driftsmear {
+
+namespace {
+
+constexpr A_long kFramesDiskId = 6;
+constexpr A_long kFrameOffsetDiskId = 7;
+// How far the decoder may run ahead of the frames the renderer needs.
+constexpr int64_t kDecodeAhead = 3;
+// Rendered frames waiting for the encoder.
+constexpr size_t kEncodeQueue = 2;
+
+// A bounded queue of rendered frames. push() waits for room and fails once
+// the queue is closed; pop() waits for a frame and gives none once the queue
+// is closed and empty.
+class FrameQueue {
+ public:
+  explicit FrameQueue(size_t capacity) : capacity_(capacity) {}
+
+  bool push(dshost::ImageF frame) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return closed_ || frames_.size() < capacity_; });
+    if (closed_) {
+      return false;
+    }
+    frames_.push_back(std::move(frame));
+    changed_.notify_all();
+    return true;
+  }
+
+  // Waits at most `wait` for a frame. nullopt with `ended` set: closed and empty.
+  std::optional<dshost::ImageF> pop(std::chrono::milliseconds wait, bool& ended) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait_for(lock, wait, [&] { return closed_ || !frames_.empty(); });
+    ended = frames_.empty() && closed_;
+    if (frames_.empty()) {
+      return std::nullopt;
+    }
+    dshost::ImageF frame = std::move(frames_.front());
+    frames_.pop_front();
+    changed_.notify_all();
+    return frame;
+  }
+
+  // No more frames: the producer is done (frames queued are still popped).
+  void close() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    closed_ = true;
+    changed_.notify_all();
+  }
+
+  // The consumer stops: queued frames are dropped, the producer is released.
+  void abandon() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    closed_ = true;
+    frames_.clear();
+    changed_.notify_all();
+  }
+
+ private:
+  size_t capacity_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<dshost::ImageF> frames_;
+  bool closed_ = false;
+};
+
+// The decode thread's progress, shared with the renderer.
+struct DecodeState {
+  std::mutex mutex;
+  std::condition_variable changed;
+  int64_t renderAt = 0;       // the output frame the renderer is on
+  int64_t decodedUpTo = -1;   // every frame up to here is in the cache
+  bool done = false;          // the decode thread has ended
+  bool stop = false;          // everyone stops
+  std::optional<int64_t> failedFrame;
+  std::exception_ptr failure;
+};
+
+std::string MessageOf(const std::exception_ptr& error) {
+  try {
+    std::rethrow_exception(error);
+  } catch (const std::exception& e) {
+    return e.what();
+  } catch (...) {
+    return "unknown error";
+  }
+}
+
+}  // namespace
+
+FrameWindow WindowOf(double frames, double frameOffset) {
+  FrameWindow window;
+  const double count = std::isfinite(frames) ? std::clamp(std::ceil(frames), 1.0, 1e6) : 1.0;
+  const double offset = std::isfinite(frameOffset) ? std::clamp(frameOffset, -1e6, 1e6) : 0.0;
+  window.frames = static_cast<int64_t>(count);
+  const double reach = std::ceil((count - 1.0) * std::fabs(offset));
+  (offset >= 0 ? window.back : window.ahead) = static_cast<int64_t>(reach);
+  return window;
+}
+
+PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& source, dshost::MediaWriter& writer,
+                           const PipelineOptions& options) {
+  PipelineResult result;
+  const dshost::MediaInfo& info = source.info;
+  const int64_t lastInput = info.frameCount - 1;
+  const FrameWindow window = WindowOf(session.Parameter(kFramesDiskId), session.Parameter(kFrameOffsetDiskId));
+  const auto minNeeded = [&](int64_t t) { return std::clamp<int64_t>(t - window.back, 0, lastInput); };
+  const auto maxNeeded = [&](int64_t t) { return std::clamp<int64_t>(t + window.ahead, 0, lastInput); };
+  const int64_t firstInput = minNeeded(options.firstFrame);
+  const int64_t endInput = maxNeeded(options.endFrame - 1) + 1;
+  result.inputFramesUsed = endInput - firstInput;
+
+  // Room for every frame between the oldest one an output frame reads and the
+  // newest one the decoder may have decoded ahead, with slack for the order in
+  // which the renderer touches them; within the memory budget.
+  const uint64_t frameBytes = static_cast<uint64_t>(info.width) * static_cast<uint64_t>(info.height) * 16u;
+  const size_t held = static_cast<size_t>(window.frames) + 1;
+  const uint64_t budgetFrames = frameBytes > 0 ? options.memoryBudgetBytes / frameBytes : 0;
+  const size_t wanted = static_cast<size_t>(window.back + window.ahead + 2 * kDecodeAhead + 2);
+  const size_t affordable = static_cast<size_t>(
+      std::max<uint64_t>(budgetFrames > held ? budgetFrames - held : 0, static_cast<uint64_t>(2 * kDecodeAhead + 4)));
+  result.cacheFrames = std::min(wanted, affordable);
+  if (wanted > affordable && !options.quiet) {
+    std::fprintf(stderr,
+                 "driftsmear: warning: the effect reads frames up to %lld apart; at this size the frame cache holds "
+                 "%zu, so some input frames are decoded more than once (DRIFTSMEAR_CACHE_MB raises the limit)\n",
+                 static_cast<long long>(window.back + window.ahead), affordable);
+  }
+
+  dshost::FrameCache cache(source.decode, result.cacheFrames);
+  dshost::CachedClipSource clip(cache, info.width, info.height, info.frameRate, info.frameCount, held);
+  DecodeState state;
+  state.renderAt = options.firstFrame;
+  FrameQueue queue(kEncodeQueue);
+  std::optional<CliError> renderFailure;
+  bool interrupted = false;
+
+  std::thread decoder([&] {
+    for (int64_t index = firstInput; index < endInput; ++index) {
+      {
+        std::unique_lock<std::mutex> lock(state.mutex);
+        state.changed.wait(lock, [&] { return state.stop || index <= maxNeeded(state.renderAt) + kDecodeAhead; });
+        if (state.stop) {
+          break;
+        }
+      }
+      try {
+        cache.get(index);
+      } catch (...) {
+        std::lock_guard<std::mutex> lock(state.mutex);
+        state.failedFrame = index;
+        state.failure = std::current_exception();
+        break;
+      }
+      std::lock_guard<std::mutex> lock(state.mutex);
+      state.decodedUpTo = index;
+      state.changed.notify_all();
+    }
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.done = true;
+    state.changed.notify_all();
+  });
+
+  std::thread renderer([&] {
+    for (int64_t t = options.firstFrame; t < options.endFrame; ++t) {
+      if (Interrupted()) {
+        interrupted = true;
+        break;
+      }
+      {
+        std::unique_lock<std::mutex> lock(state.mutex);
+        state.renderAt = t;
+        state.changed.notify_all();
+        state.changed.wait(lock, [&] {
+          return state.stop || state.done || state.decodedUpTo >= maxNeeded(t) || state.failedFrame.has_value();
+        });
+        if (state.stop) {
+          break;
+        }
+        if (state.failedFrame && *state.failedFrame <= maxNeeded(t)) {
+          // The media layer's message names the file and the frame.
+          renderFailure.emplace(kExitInput, MessageOf(state.failure));
+          break;
+        }
+      }
+      try {
+        dshost::ImageF frame = session.RenderFrame(clip, clip.TimeOfFrame(static_cast<int>(t)), options.format);
+        if (!queue.push(std::move(frame))) {
+          break;
+        }
+        ++result.rendered;
+      } catch (...) {
+        const std::string what = MessageOf(std::current_exception());
+        const std::exception_ptr decodeFailure = clip.TakeFailure();
+        if (decodeFailure) {
+          renderFailure.emplace(kExitInput, MessageOf(decodeFailure));
+        } else {
+          renderFailure.emplace(kExitRender, "frame " + std::to_string(t) + ": " + what);
+        }
+        break;
+      }
+    }
+    queue.close();
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.stop = true;
+    state.changed.notify_all();
+  });
+
+  Progress progress(options.endFrame - options.firstFrame, options.quiet, options.terminal);
+  std::optional<CliError> writeFailure;
+  while (true) {
+    bool ended = false;
+    std::optional<dshost::ImageF> frame = queue.pop(std::chrono::milliseconds(200), ended);
+    if (ended) {
+      break;
+    }
+    if (!frame) {
+      continue;
+    }
+    try {
+      writer.write(*frame);
+      ++result.written;
+      progress.Update(result.written);
+    } catch (const std::exception& error) {
+      writeFailure.emplace(kExitOutput, error.what());
+      queue.abandon();
+      break;
+    }
+  }
+  progress.Finish();
+  renderer.join();
+  {
+    std::lock_guard<std::mutex> lock(state.mutex);
+    state.stop = true;
+    state.changed.notify_all();
+  }
+  decoder.join();
+
+  result.seconds = progress.Seconds();
+  result.decodes = cache.decodeCount();
+  result.interrupted = interrupted;
+  if (writeFailure) {
+    result.failure = writeFailure;
+  } else if (renderFailure) {
+    result.failure = renderFailure;
+  }
+  return result;
+}
+
+}  // namespace driftsmear

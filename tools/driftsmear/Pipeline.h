@@ -1,0 +1,70 @@
+// The render loop: decoding, GPU rendering and encoding on three threads
+// joined by bounded hand-offs, so that the slowest of them (normally the GPU)
+// sets the pace.
+//
+//   decode thread   decodes input frames in order into the frame cache, a few
+//                   frames ahead of what the renderer needs;
+//   render thread   renders output frame t through the session; the effect's
+//                   checkouts of t and its earlier frames are served from the
+//                   cache, so every input frame is decoded once;
+//   calling thread  encodes the rendered frames in order and shows progress.
+//
+// Ctrl-C stops the renderer before its next frame; the frames already rendered
+// are still written.
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "host/RenderSession.h"
+#include "host/media/FrameCache.h"
+#include "host/media/MediaInfo.h"
+#include "host/media/MediaWriter.h"
+#include "tools/driftsmear/CliError.h"
+
+namespace driftsmear {
+
+// What the frames come from: a file or the generated demo clip.
+struct ClipSource {
+  std::string name;  // for messages
+  dshost::MediaInfo info;
+  dshost::FrameCache::DecodeFunction decode;
+};
+
+struct PipelineOptions {
+  int64_t firstFrame = 0;
+  int64_t endFrame = 0;  // one past the last output frame
+  dshost::GpuFrameFormat format = dshost::GpuFrameFormat::Float32;
+  bool quiet = false;
+  bool terminal = false;
+  // Memory the decoded frames may take (frame cache and the frames the
+  // effect holds); beyond it, frames far back may be decoded again.
+  uint64_t memoryBudgetBytes = 4ull << 30;
+};
+
+struct PipelineResult {
+  int64_t rendered = 0;
+  int64_t written = 0;
+  uint64_t decodes = 0;          // input frames decoded, repeats included
+  int64_t inputFramesUsed = 0;   // distinct input frames the render reached
+  size_t cacheFrames = 0;        // the frame cache's capacity
+  double seconds = 0;
+  bool interrupted = false;
+  // What ended the render early: the message and exit code. The frames
+  // rendered before it are written.
+  std::optional<CliError> failure;
+};
+
+// The input frames output frame t reads, given the effect's frame count and
+// frame offset: from t - back to t + ahead.
+struct FrameWindow {
+  int64_t back = 0;
+  int64_t ahead = 0;
+  int64_t frames = 1;  // checkouts per output frame
+};
+FrameWindow WindowOf(double frames, double frameOffset);
+
+PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& source, dshost::MediaWriter& writer,
+                           const PipelineOptions& options);
+
+}  // namespace driftsmear

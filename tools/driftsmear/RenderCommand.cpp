@@ -1,0 +1,226 @@
+// render and demo: a clip through the effect into a file.
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include "host/media/MediaError.h"
+#include "host/media/MediaReader.h"
+#include "host/media/MediaWriter.h"
+#include "host/media/SyntheticClip.h"
+#include "tools/driftsmear/CliError.h"
+#include "tools/driftsmear/Commands.h"
+#include "tools/driftsmear/Console.h"
+#include "tools/driftsmear/Effect.h"
+#include "tools/driftsmear/Pipeline.h"
+#include "tools/driftsmear/Text.h"
+
+namespace driftsmear {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Job {
+  ClipSource source;
+  int64_t firstFrame = 0;
+  int64_t endFrame = 0;
+  fs::path output;
+  std::string outputText;  // as typed
+  dshost::WriterOptions writerOptions;
+};
+
+uint64_t MemoryBudget() {
+  if (const char* text = std::getenv("DRIFTSMEAR_CACHE_MB")) {
+    if (const auto megabytes = ParseNumber(text); megabytes && *megabytes >= 1) {
+      return static_cast<uint64_t>(*megabytes) << 20;
+    }
+  }
+  return 4ull << 30;
+}
+
+std::unique_ptr<dshost::MediaWriter> OpenWriter(const Job& job) {
+  try {
+    return std::make_unique<dshost::MediaWriter>(job.output, job.writerOptions);
+  } catch (const dshost::MediaError& error) {
+    if (error.code() == dshost::MediaErrc::OutputExists) {
+      throw CliError(kExitOutput, std::string(error.what()) + " (pass -y to overwrite)");
+    }
+    throw CliError(kExitOutput, error.what());
+  }
+}
+
+std::string Describe(const dshost::MediaInfo& info) {
+  return std::to_string(info.width) + "x" + std::to_string(info.height) + ", " +
+         FormatNumber(info.frameRate.toDouble(), 3) + " fps";
+}
+
+// Renders the job through the effect with the command line's settings. The
+// writer is opened first, so an existing output is refused before the GPU
+// work starts.
+int RenderJob(const Options& options, const EffectSettings& settings, const Job& job, bool printResult) {
+  InstallInterruptHandler();
+  std::unique_ptr<dshost::MediaWriter> writer = OpenWriter(job);
+
+  const std::string modulePath = ResolveModulePath(options.module);
+  CheckModule(modulePath);
+  const uint32_t device = ChooseDevice(options.device);
+  std::unique_ptr<dshost::RenderSession> session = OpenSession(modulePath, HostAppOf(options.host), device);
+  ApplySettings(session->host(), settings);
+
+  const int64_t frames = job.endFrame - job.firstFrame;
+  if (!options.quiet) {
+    std::fprintf(stderr, "driftsmear: %s (%s, %lld frames) -> %s on %s\n", job.source.name.c_str(),
+                 Describe(job.source.info).c_str(), static_cast<long long>(frames), job.outputText.c_str(),
+                 session->device().desc().Describe().c_str());
+  }
+
+  PipelineOptions pipeline;
+  pipeline.firstFrame = job.firstFrame;
+  pipeline.endFrame = job.endFrame;
+  pipeline.format = options.half ? dshost::GpuFrameFormat::Half16 : dshost::GpuFrameFormat::Float32;
+  pipeline.quiet = options.quiet;
+  pipeline.terminal = IsTerminal(stderr);
+  pipeline.memoryBudgetBytes = MemoryBudget();
+  const PipelineResult result = RunPipeline(*session, job.source, *writer, pipeline);
+
+  // Whatever stopped the render, the frames written make a complete file.
+  std::optional<CliError> failure = result.failure;
+  try {
+    writer->finish();
+  } catch (const std::exception& error) {
+    if (!failure) {
+      failure.emplace(kExitOutput, error.what());
+    }
+  }
+  if (!options.quiet) {
+    for (const std::string& warning : writer->warnings()) {
+      std::fprintf(stderr, "driftsmear: warning: %s\n", warning.c_str());
+    }
+  }
+  if (options.stats) {
+    std::printf("stats: frames=%lld rendered=%lld written=%lld decoded=%llu input_frames=%lld cache=%zu "
+                "seconds=%.3f fps=%.3f\n",
+                static_cast<long long>(frames), static_cast<long long>(result.rendered),
+                static_cast<long long>(result.written), static_cast<unsigned long long>(result.decodes),
+                static_cast<long long>(result.inputFramesUsed), result.cacheFrames, result.seconds,
+                result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0.0);
+    std::fflush(stdout);
+  }
+  const std::string kept =
+      result.written > 0
+          ? "; " + job.outputText + " holds the " + std::to_string(result.written) + " frame" +
+                (result.written == 1 ? "" : "s") + " done"
+          : "; nothing was written";
+  if (failure) {
+    throw CliError(failure->code(), failure->what() + (failure->code() == kExitOutput ? std::string() : kept));
+  }
+  if (result.interrupted) {
+    std::fprintf(stderr, "driftsmear: interrupted after %lld of %lld frames%s\n",
+                 static_cast<long long>(result.written), static_cast<long long>(frames), kept.c_str());
+    return kExitInterrupted;
+  }
+  if (!options.quiet) {
+    std::fprintf(stderr, "driftsmear: wrote %lld frames in %s (%s fps)\n", static_cast<long long>(result.written),
+                 FormatClock(result.seconds).c_str(),
+                 FormatNumber(result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0, 2)
+                     .c_str());
+  }
+  if (printResult) {
+    std::error_code error;
+    const fs::path absolute = fs::absolute(job.output, error);
+    std::printf("Result: %s\n", PathToUtf8(error ? job.output : absolute).c_str());
+  }
+  return kExitOk;
+}
+
+int64_t ParseTimeOption(const char* option, const std::string& text, const dshost::MediaInfo& info) {
+  const auto frames = ParseTimeToFrames(text, info.frameRate);
+  if (!frames) {
+    throw CliError(kExitUsage, std::string(option) + " '" + text +
+                                   "' is not a time: use seconds (2.5), frames (60f) or a clock time (1:30)");
+  }
+  return *frames;
+}
+
+}  // namespace
+
+int RunRender(const Options& options) {
+  const EffectSettings settings = ResolveSettings(options.preset, options.sets, options.view);
+
+  Job job;
+  const fs::path input = PathFromUtf8(options.input);
+  std::unique_ptr<dshost::MediaReader> reader;
+  try {
+    reader = std::make_unique<dshost::MediaReader>(input);
+  } catch (const dshost::MediaError& error) {
+    throw CliError(kExitInput, error.what());
+  }
+  const dshost::MediaInfo& info = reader->info();
+  if (info.frameCount <= 0 || info.width <= 0 || info.height <= 0) {
+    throw CliError(kExitInput, options.input + ": no video frames");
+  }
+
+  job.firstFrame = options.start ? ParseTimeOption("--start", *options.start, info) : 0;
+  if (job.firstFrame >= info.frameCount) {
+    throw CliError(kExitUsage, "--start " + *options.start + " is past the end of " + options.input + " (" +
+                                   std::to_string(info.frameCount) + " frames, " +
+                                   FormatNumber(info.durationSeconds, 2) + " s)");
+  }
+  job.endFrame = info.frameCount;
+  if (options.duration) {
+    const int64_t frames = ParseTimeOption("--duration", *options.duration, info);
+    if (frames <= 0) {
+      throw CliError(kExitUsage, "--duration " + *options.duration + " is shorter than one frame");
+    }
+    job.endFrame = std::min(info.frameCount, job.firstFrame + frames);
+  }
+
+  job.output = PathFromUtf8(*options.output);
+  job.outputText = *options.output;
+  std::error_code error;
+  if (fs::exists(job.output, error) && fs::equivalent(input, job.output, error)) {
+    throw CliError(kExitOutput, *options.output + " is the input; choose another output name");
+  }
+  job.writerOptions.frameRate = info.frameRate;
+  job.writerOptions.timeBase = info.timeBase;
+  job.writerOptions.alpha = info.hasAlpha;
+  job.writerOptions.overwrite = options.overwrite;
+  if (info.hasAudio) {
+    job.writerOptions.audioFrom = input;
+    job.writerOptions.audioStartSeconds =
+        static_cast<double>(job.firstFrame) * static_cast<double>(info.frameRate.den) /
+        static_cast<double>(info.frameRate.num);
+  }
+
+  dshost::MediaReader* decoder = reader.get();
+  job.source.name = options.input;
+  job.source.info = info;
+  job.source.decode = [decoder](int64_t index, dshost::ImageF& out) { decoder->readFrame(index, out); };
+  return RenderJob(options, settings, job, false);
+}
+
+int RunDemo(const Options& options) {
+  dshost::SyntheticClipOptions clipOptions;
+  clipOptions.width = options.width.value_or(1280);
+  clipOptions.height = options.height.value_or(720);
+  clipOptions.frameCount = options.frames.value_or(90);
+  clipOptions.frameRate = dshost::Rational{30, 1};
+  auto clip = std::make_shared<dshost::SyntheticClip>(clipOptions);
+
+  Job job;
+  job.source.name = "demo clip";
+  job.source.info = clip->info();
+  job.source.decode = [clip](int64_t index, dshost::ImageF& out) { clip->render(index, out); };
+  job.firstFrame = 0;
+  job.endFrame = clip->info().frameCount;
+  // Without FFmpeg (the Windows build) the demo is a PNG sequence.
+  job.outputText = options.output.value_or(dshost::mediaHasFfmpeg() ? "driftsmear-demo.mp4" : "driftsmear-demo/");
+  job.output = PathFromUtf8(job.outputText);
+  job.writerOptions.frameRate = clip->info().frameRate;
+  job.writerOptions.alpha = false;
+  job.writerOptions.overwrite = options.overwrite;
+  return RenderJob(options, EffectSettings{}, job, true);
+}
+
+}  // namespace driftsmear
