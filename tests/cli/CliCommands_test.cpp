@@ -113,7 +113,7 @@ TEST(CliCommands, DemoRendersTheGeneratedClipAndSaysWhere) {
   EXPECT_EQ(info.frameCount, 4);
   EXPECT_EQ(info.width, 64);
   EXPECT_EQ(info.height, 36);
-  EXPECT_EQ(info.frameRate, (dshost::Rational{30, 1}));
+  EXPECT_EQ(info.frameRate, (dshost::Rational{24, 1}));
 
   const RunResult again = RunCli(args);
   EXPECT_EQ(again.exitCode, 3) << "the demo does not overwrite without -y\n" << again.Describe();

@@ -21,9 +21,9 @@ struct OptionSpec {
 const OptionSpec kOptions[] = {
     {"-o", true, kRender | kDemo | kPanel},
     {"--output", true, kRender | kDemo | kPanel},
-    {"--preset", true, kRender},
-    {"--set", true, kRender},
-    {"--view", true, kRender},
+    {"--preset", true, kRender | kDemo},
+    {"--set", true, kRender | kDemo},
+    {"--view", true, kRender | kDemo},
     {"--host", true, kRender | kDemo | kPanel},
     {"--device", true, kRender | kDemo | kPanel},
     {"--half", false, kRender | kDemo},
@@ -219,7 +219,7 @@ std::string HelpText() {
 
 Usage:
   driftsmear render INPUT -o OUTPUT [options]
-  driftsmear demo [-o FILE] [-y]
+  driftsmear demo [-o FILE] [-y] [--preset NAME] [--set KEY=VALUE] [--view VIEW]
   driftsmear info
   driftsmear panel -o FILE.png
   driftsmear --help | --version
@@ -227,8 +227,9 @@ Usage:
 Commands:
   render   Render INPUT (a video file, an image sequence such as frames/%04d.png,
            or one image) through the effect into OUTPUT.
-  demo     Render a generated clip (moving, textured shapes, 720p) with the
-           default settings; default output driftsmear-demo.mp4.
+  demo     Render a generated clip (moving, textured shapes, 3 s at 720p) with
+           the default settings (or those given); default output
+           driftsmear-demo.mp4. Prints where the result is.
   info     List the GPU devices, the parameters (key, Chinese name, Disk ID,
            range, default), the presets, the debug views and the module's
            registration values.

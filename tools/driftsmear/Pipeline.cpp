@@ -1,6 +1,7 @@
 #include "tools/driftsmear/Pipeline.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <condition_variable>
 #include <deque>
@@ -91,6 +92,10 @@ struct DecodeState {
   std::exception_ptr failure;
 };
 
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
 std::string MessageOf(const std::exception_ptr& error) {
   try {
     std::rethrow_exception(error);
@@ -159,8 +164,10 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
           break;
         }
       }
+      const auto started = Clock::now();
       try {
         cache.get(index);
+        result.decodeSeconds += SecondsSince(started);
       } catch (...) {
         std::lock_guard<std::mutex> lock(state.mutex);
         state.failedFrame = index;
@@ -199,7 +206,9 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
         }
       }
       try {
+        const auto started = Clock::now();
         dshost::ImageF frame = session.RenderFrame(clip, clip.TimeOfFrame(static_cast<int>(t)), options.format);
+        result.renderSeconds += SecondsSince(started);
         if (!queue.push(std::move(frame))) {
           break;
         }
@@ -233,7 +242,9 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
       continue;
     }
     try {
+      const auto started = Clock::now();
       writer.write(*frame);
+      result.encodeSeconds += SecondsSince(started);
       ++result.written;
       progress.Update(result.written);
     } catch (const std::exception& error) {

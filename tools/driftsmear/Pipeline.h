@@ -49,6 +49,11 @@ struct PipelineResult {
   int64_t inputFramesUsed = 0;   // distinct input frames the render reached
   size_t cacheFrames = 0;        // the frame cache's capacity
   double seconds = 0;
+  // Time each stage spent working (not waiting): with the stages overlapped,
+  // the slowest one's time is close to `seconds`.
+  double decodeSeconds = 0;
+  double renderSeconds = 0;
+  double encodeSeconds = 0;
   bool interrupted = false;
   // What ended the render early: the message and exit code. The frames
   // rendered before it are written.

@@ -100,11 +100,12 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
   }
   if (options.stats) {
     std::printf("stats: frames=%lld rendered=%lld written=%lld decoded=%llu input_frames=%lld cache=%zu "
-                "seconds=%.3f fps=%.3f\n",
+                "seconds=%.3f fps=%.3f decode_seconds=%.3f render_seconds=%.3f encode_seconds=%.3f\n",
                 static_cast<long long>(frames), static_cast<long long>(result.rendered),
                 static_cast<long long>(result.written), static_cast<unsigned long long>(result.decodes),
                 static_cast<long long>(result.inputFramesUsed), result.cacheFrames, result.seconds,
-                result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0.0);
+                result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0.0,
+                result.decodeSeconds, result.renderSeconds, result.encodeSeconds);
     std::fflush(stdout);
   }
   const std::string kept =
@@ -126,7 +127,7 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
                  FormatNumber(result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0, 2)
                      .c_str());
   }
-  if (printResult) {
+  if (printResult && !options.quiet) {
     std::error_code error;
     const fs::path absolute = fs::absolute(job.output, error);
     std::printf("Result: %s\n", PathToUtf8(error ? job.output : absolute).c_str());
@@ -201,11 +202,13 @@ int RunRender(const Options& options) {
 }
 
 int RunDemo(const Options& options) {
+  // Checked before the clip is made, like render's settings.
+  ResolveSettings(options.preset, options.sets, options.view);
   dshost::SyntheticClipOptions clipOptions;
   clipOptions.width = options.width.value_or(1280);
   clipOptions.height = options.height.value_or(720);
-  clipOptions.frameCount = options.frames.value_or(90);
-  clipOptions.frameRate = dshost::Rational{30, 1};
+  clipOptions.frameCount = options.frames.value_or(72);
+  clipOptions.frameRate = dshost::Rational{24, 1};
   auto clip = std::make_shared<dshost::SyntheticClip>(clipOptions);
 
   Job job;
@@ -220,7 +223,7 @@ int RunDemo(const Options& options) {
   job.writerOptions.frameRate = clip->info().frameRate;
   job.writerOptions.alpha = false;
   job.writerOptions.overwrite = options.overwrite;
-  return RenderJob(options, EffectSettings{}, job, true);
+  return RenderJob(options, ResolveSettings(options.preset, options.sets, options.view), job, true);
 }
 
 }  // namespace driftsmear
