@@ -13,23 +13,6 @@ using namespace driftsmear::kernel;
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
-TEST(DeviceFunctions, PixelConversions) {
-  const float4 c = bgra(make_float4(0.1f, 0.2f, 0.3f, 0.4f));
-  EXPECT_EQ(c.x, 0.3f);
-  EXPECT_EQ(c.y, 0.2f);
-  EXPECT_EQ(c.z, 0.1f);
-  EXPECT_EQ(c.w, 0.4f);
-  const float4 p = premult(make_float4(0.5f, 1.0f, 0.25f, 0.5f));
-  EXPECT_EQ(p.x, 0.25f);
-  EXPECT_EQ(p.y, 0.5f);
-  EXPECT_EQ(p.z, 0.125f);
-  EXPECT_EQ(p.w, 0.5f);
-  const float4 g = getGray(make_float4(1.0f, 0.0f, 0.0f, 0.3f));
-  EXPECT_FLOAT_EQ(g.x, 0.3f);
-  EXPECT_EQ(g.w, 1.0f);
-  EXPECT_FLOAT_EQ(getGray(make_float4(0.0f, 1.0f, 1.0f, 1.0f)).z, 0.7f);
-}
-
 TEST(DeviceFunctions, FlowVectorInvertsTheVerticalComponent) {
   float2 f = getFlowVector(0.25f, 0.5f, make_float2(2.0f, 2.0f));
   EXPECT_EQ(f.x, 0.5f);
@@ -76,19 +59,6 @@ TEST(DeviceFunctions, ClampsDiscardNaN) {
   EXPECT_EQ(maxNum(2.0f, kNaN), 2.0f);
   EXPECT_EQ(minNum(kNaN, -2.0f), -2.0f);
   EXPECT_EQ(minNum(-2.0f, 3.0f), -2.0f);
-}
-
-TEST(DeviceFunctions, FalseColourOfMotion) {
-  const float4 still = xy2rgba(make_float2(0.0f, 0.0f));
-  EXPECT_EQ(still.x, 0.5f);
-  EXPECT_EQ(still.y, 0.5f);
-  EXPECT_EQ(still.z, 0.25f);
-  EXPECT_EQ(still.w, 1.0f);
-  const float4 diagonal = xy2rgba(make_float2(1.0f, -1.0f));  // pure green + pure blue
-  EXPECT_EQ(diagonal.x, 0.0f);
-  EXPECT_EQ(diagonal.y, 0.5f);
-  EXPECT_EQ(diagonal.z, 0.5f);
-  EXPECT_EQ(diagonal.w, 1.0f);
 }
 
 // Nearest pixel at or below the coordinate; outside the frame both components
@@ -152,30 +122,6 @@ TEST(DeviceFunctions, EveryHalfWidensAndNarrowsBackExactly) {
   EXPECT_EQ(HalfBitsToFloat(0xC000), -2.0f);
   EXPECT_EQ(HalfBitsToFloat(0x7BFF), 65504.0f);
   EXPECT_EQ(HalfBitsToFloat(0x0001), 5.9604644775390625e-08f);
-}
-
-// The host build runs the entry for the work-item it is given; one outside
-// the image writes nothing, like the surplus work-items of a rounded-up range.
-TEST(DeviceFunctions, EntriesIgnoreWorkItemsOutsideTheImage) {
-  PixelBuffer frame(4, 4, false);
-  frame.Fill(make_float4(0.5f, 0.5f, 0.5f, 1.0f));
-  PixelBuffer dst(4, 4, false, 6);
-  dst.Fill(make_float4(3.0f, 3.0f, 3.0f, 3.0f));
-  const KernelData params = DefaultParams();
-  for (const uint2 item : {make_uint2(4, 0), make_uint2(0, 4), make_uint2(5, 5)}) {
-    hostWorkItem = item;
-    MainKernel(frame.data(), frame.data(), dst.data(), &params, 4, 4, 6, 0, 4, 4);
-    ResizeKernel(frame.data(), dst.data(), 4, 6, 0, 4, 4, 4, 4, 0, 0);
-  }
-  const PixelBuffer untouched = [] {
-    PixelBuffer image(4, 4, false, 6);
-    image.Fill(make_float4(3.0f, 3.0f, 3.0f, 3.0f));
-    return image;
-  }();
-  for (unsigned int x = 4; x < 6; ++x) {
-    EXPECT_EQ(dst.Get(x, 0).x, 0.0f) << "padding is not part of the frame";
-  }
-  EXPECT_TRUE(ImagesAgree(untouched, dst, 0.0f));
 }
 
 }  // namespace
