@@ -91,6 +91,14 @@ TEST(CliErrors, EachMistakeHasItsMessageAndExitCodeAndWritesNothing) {
         << result.err;
     EXPECT_EQ(dir.Listing(), before) << c.name << ": nothing written";
   }
+
+  // The module named by the environment is the one loaded.
+  const RunResult fromEnvironment =
+      RunCli({"render", input.string(), "-o", output}, {{"DRIFTSMEAR_MODULE", (dir / "gone.so").string()}});
+  EXPECT_EQ(fromEnvironment.exitCode, 5) << fromEnvironment.Describe();
+  EXPECT_NE(ErrorLine(fromEnvironment).find("(named by DRIFTSMEAR_MODULE)"), std::string::npos)
+      << fromEnvironment.err;
+  EXPECT_EQ(dir.Listing(), before);
 }
 
 #ifndef _WIN32
