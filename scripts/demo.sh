@@ -15,4 +15,3 @@ cmake --build "$build" -j "$jobs" --target driftsmear
 
 mkdir -p out
 "$build/tools/driftsmear/driftsmear" demo -y -o out/driftsmear-demo.mp4
-echo "The demo video is $(pwd)/out/driftsmear-demo.mp4"

@@ -266,6 +266,13 @@ Render options:
                         the module beside this program, then the one built
                         with it)
 
+demo takes -o, -y, --quiet, --stats, --host, --device, --module and the
+settings options (--preset, --set, --view); panel takes -o, -y, --host,
+--device and --module.
+
+Environment: DRIFTSMEAR_MODULE names the module; DRIFTSMEAR_CACHE_MB caps the
+memory of decoded frames (default 4096) for settings that reach far back.
+
 Progress goes to standard error: one updating line on a terminal, a line
 every tenth of the work otherwise. Ctrl-C stops after the frame in hand and
 finishes the output with the frames done; a second Ctrl-C quits at once.
