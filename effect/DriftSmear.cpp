@@ -440,7 +440,9 @@ PF_Err PreRender(PF_InData* in_data, PF_OutData* /*out_data*/, PF_PreRenderExtra
   std::memset(kernelData, 0, sizeof(KernelData));
   float frameOffset = 0.0f;
   PF_Err err = FillKernelData(in_data, isActivated, kernelData, &frameOffset);
-  kernelData->numFrames = std::min(kernelData->numFrames, kMaxFrameSlots);
+  // The slider keeps the count within 3 to 50; a keyframed or damaged value
+  // outside the record's slots must not reach the arrays.
+  kernelData->numFrames = std::clamp(kernelData->numFrames, 0, kMaxFrameSlots);
   extra->output->pre_render_data = kernelData;
   extra->output->delete_pre_render_data_func = FreeKernelData;
 

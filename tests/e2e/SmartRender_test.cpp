@@ -4,6 +4,7 @@
 // frames, and that every frame and handle goes back to the host.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 
 #include "e2e/E2ETestSupport.h"
@@ -193,6 +194,16 @@ TEST_F(SmartRender, AFailedLayerCheckoutEndsThePreRender) {
   ASSERT_EQ(result.log.layerCheckouts.size(), 2u) << "no checkout after the failing one";
   EXPECT_EQ(result.log.layerCheckouts[1].error, PF_Err_OUT_OF_MEMORY);
   EXPECT_EQ(LinesContaining(ae_->Log(), "PF_Cmd_SMART_PRE_RENDER. Code: PF_Err_OUT_OF_MEMORY (4)").size(), 1u);
+}
+
+TEST_F(SmartRender, ANaNFrameOffsetIsAClearErrorBeforeAnyEarlierFrame) {
+  const InMemoryClip clip = Clip();
+  Apply(host(), Settings{});
+  host().parameters().SetValueById(kDiskFrameOffset, std::nan(""));
+  const auto result = ae_->Render(clip, 100);
+  EXPECT_EQ(result.preRender, PF_Err_BAD_CALLBACK_PARAM);
+  ASSERT_EQ(result.log.layerCheckouts.size(), 1u) << "only the current frame has a time";
+  EXPECT_EQ(LinesContaining(ae_->Log(), ":PreRender] :: Frame offset nan gives no valid time for frame 1").size(), 1u);
 }
 
 TEST_F(SmartRender, AFailedPixelCheckoutStillChecksEverythingIn) {
