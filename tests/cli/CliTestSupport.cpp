@@ -13,6 +13,7 @@
 
 #ifdef _WIN32
 #include <process.h>
+#include <windows.h>
 #define CLI_TEST_PID _getpid()
 #else
 #include <sys/wait.h>
@@ -28,7 +29,8 @@ namespace {
 // neighbours other work-groups may be writing, so a device that runs
 // work-groups side by side gives renders that differ in a few pixels. PoCL
 // with one thread runs them in a fixed order; the children inherit this, so
-// renders compare exactly.
+// renders compare exactly there (Wine's children do not see it: tests that
+// compare two renders allow for a few racing pixels).
 const bool kSerialPoCL = [] {
   testsupport::SetEnv("POCL_MAX_PTHREAD_COUNT", "1");
   return true;
@@ -56,8 +58,13 @@ std::string ReadFile(const fs::path& file) {
 // Runs a shell command line; the exit code (128 + signal for a signal).
 int System(const std::string& command) {
 #ifdef _WIN32
-  // cmd /c strips one pair of quotes around the whole line.
-  return std::system(("\"" + command + "\"").c_str());
+  // cmd /c strips one pair of quotes around the whole line. The line goes
+  // through the wide call so that UTF-8 arguments (Chinese preset names)
+  // arrive as the user would type them.
+  const std::string line = "\"" + command + "\"";
+  std::wstring wide(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, line.c_str(), -1, nullptr, 0)), L'\0');
+  MultiByteToWideChar(CP_UTF8, 0, line.c_str(), -1, wide.data(), static_cast<int>(wide.size()));
+  return _wsystem(wide.c_str());
 #else
   const int status = std::system(command.c_str());
   if (status == -1) {
@@ -216,6 +223,10 @@ fs::path MakeClipSequence(const fs::path& folder, int frames) {
   return pattern;
 }
 
+fs::path LosslessOutput(const fs::path& folder, const std::string& stem) {
+  return dshost::mediaHasFfmpeg() ? folder / (stem + ".mkv") : folder / (stem + "_%02d.png");
+}
+
 std::vector<dshost::ImageF> ReadAll(const fs::path& input) {
   dshost::MediaReader reader(input);
   std::vector<dshost::ImageF> frames;
@@ -237,6 +248,20 @@ float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b, int x0, in
     }
   }
   return worst;
+}
+
+int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, float tolerance) {
+  int count = 0;
+  for (int y = 0; y < std::min(a.height, b.height); ++y) {
+    for (int x = 0; x < std::min(a.width, b.width); ++x) {
+      bool differs = false;
+      for (int c = 0; c < 4; ++c) {
+        differs = differs || std::fabs(a.pixel(x, y)[c] - b.pixel(x, y)[c]) > tolerance;
+      }
+      count += differs ? 1 : 0;
+    }
+  }
+  return count;
 }
 
 int64_t StatValue(const std::string& output, const std::string& key) {

@@ -63,12 +63,20 @@ std::optional<fs::path> MakeClipWithAudio(const fs::path& folder, std::string* r
 // The clip as an 8-bit PNG sequence "<folder>/in_%02d.png".
 fs::path MakeClipSequence(const fs::path& folder, int frames = kClipFrames);
 
+// A lossless output in the folder: "<stem>.mkv" (FFV1), or "<stem>_%02d.png"
+// in a build without FFmpeg.
+fs::path LosslessOutput(const fs::path& folder, const std::string& stem);
+
 // Every frame of a file or sequence, read with the media layer.
 std::vector<dshost::ImageF> ReadAll(const fs::path& input);
 dshost::MediaInfo InfoOf(const fs::path& input);
 
 // Largest per-channel difference (colour and alpha) inside the rectangle.
 float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b, int x0, int y0, int x1, int y1);
+
+// Pixels of two same-size images that differ by more than `tolerance` in
+// some channel.
+int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, float tolerance);
 
 // The value of "key=" in a --stats line, or -1.
 int64_t StatValue(const std::string& output, const std::string& key);

@@ -350,6 +350,15 @@ std::string FormatValue(const ParameterInfo& parameter, double value, int precis
   }
 }
 
+std::string SettingsLine(dshost::EffectHost& host) {
+  std::string line;
+  for (const std::string& key : SettableKeys()) {
+    const ParameterInfo& info = *dshost::FindParameterByKey(key);
+    line += (line.empty() ? "" : " ") + key + "=" + FormatValue(info, host.parameters().ValueById(info.diskId));
+  }
+  return line;
+}
+
 void ApplySettings(dshost::EffectHost& host, const EffectSettings& settings) {
   dshost::ParameterStore& store = host.parameters();
   if (settings.preset != nullptr) {

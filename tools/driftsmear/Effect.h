@@ -86,6 +86,10 @@ const dshost::PopupItemInfo* FindPreset(const std::string& name);
 // effect fails to apply throws CliError(kExitRender).
 void ApplySettings(dshost::EffectHost& host, const EffectSettings& settings);
 
+// "frames=12 frame-offset=1 ... premultiplied=on debug-display=result": every
+// value the command line can set, as the effect holds them now.
+std::string SettingsLine(dshost::EffectHost& host);
+
 // The value range a slider was registered with.
 struct SliderRange {
   double min = 0;

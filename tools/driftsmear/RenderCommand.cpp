@@ -73,6 +73,7 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
     std::fprintf(stderr, "driftsmear: %s (%s, %lld frames) -> %s on %s\n", job.source.name.c_str(),
                  Describe(job.source.info).c_str(), static_cast<long long>(frames), job.outputText.c_str(),
                  session->device().desc().Describe().c_str());
+    std::fprintf(stderr, "driftsmear: settings: %s\n", SettingsLine(session->host()).c_str());
   }
 
   PipelineOptions pipeline;
