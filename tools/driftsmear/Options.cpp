@@ -11,14 +11,14 @@ namespace {
 
 enum CommandBit : unsigned { kRender = 1, kDemo = 2, kInfo = 4, kPanel = 8 };
 
-struct OptionSpec {
+struct OptionRule {
   const char* name;  // as typed, with its dashes
   bool takesValue;
   unsigned commands;  // where it is allowed
 };
 
 // Every option; short forms are separate rows.
-const OptionSpec kOptions[] = {
+const OptionRule kOptions[] = {
     {"-o", true, kRender | kDemo | kPanel},
     {"--output", true, kRender | kDemo | kPanel},
     {"--preset", true, kRender | kDemo},
@@ -40,13 +40,13 @@ const OptionSpec kOptions[] = {
     {"--frames", true, kDemo},
 };
 
-struct CommandSpec {
+struct CommandEntry {
   const char* name;
   Command command;
   unsigned bit;
 };
 
-const CommandSpec kCommands[] = {
+const CommandEntry kCommands[] = {
     {"render", Command::Render, kRender},
     {"demo", Command::Demo, kDemo},
     {"info", Command::Info, kInfo},
@@ -85,11 +85,11 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
   }
   unsigned bit = 0;
   std::vector<std::string> commandNames;
-  for (const CommandSpec& spec : kCommands) {
-    commandNames.emplace_back(spec.name);
-    if (first == spec.name) {
-      options.command = spec.command;
-      bit = spec.bit;
+  for (const CommandEntry& entry : kCommands) {
+    commandNames.emplace_back(entry.name);
+    if (first == entry.name) {
+      options.command = entry.command;
+      bit = entry.bit;
     }
   }
   if (bit == 0) {
@@ -118,18 +118,18 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       name = arg.substr(0, equals);
       inlineValue = arg.substr(equals + 1);
     }
-    const OptionSpec* spec = nullptr;
+    const OptionRule* rule = nullptr;
     std::vector<std::string> allowed;
-    for (const OptionSpec& candidate : kOptions) {
+    for (const OptionRule& candidate : kOptions) {
       if ((candidate.commands & bit) != 0) {
         allowed.emplace_back(candidate.name);
         if (name == candidate.name) {
-          spec = &candidate;
+          rule = &candidate;
         }
       }
     }
-    if (spec == nullptr) {
-      for (const OptionSpec& candidate : kOptions) {
+    if (rule == nullptr) {
+      for (const OptionRule& candidate : kOptions) {
         if (name == candidate.name) {
           Usage("option " + name + " does not apply to '" + first + "'");
         }
@@ -137,7 +137,7 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       Usage("unknown option '" + name + "'" + DidYouMean(name, allowed));
     }
     std::string value;
-    if (spec->takesValue) {
+    if (rule->takesValue) {
       if (inlineValue) {
         value = *inlineValue;
       } else if (i + 1 < args.size()) {
