@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <fstream>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <process.h>
+#else
 #include <unistd.h>
 #endif
 
@@ -31,7 +33,7 @@ ScopedTempDir::ScopedTempDir() {
   const auto base = std::filesystem::temp_directory_path();
   path_ = base / ("driftsmear-test-" + std::to_string(
 #ifdef _WIN32
-                                           0
+                                           ::_getpid()
 #else
                                            ::getpid()
 #endif
@@ -45,6 +47,12 @@ ScopedTempDir::ScopedTempDir() {
   }
   SetEnv("TMPDIR", path_.string());
 #ifdef _WIN32
+  if (const char* tmp = std::getenv("TMP")) {
+    previousTmp_ = tmp;
+  }
+  if (const char* temp = std::getenv("TEMP")) {
+    previousTemp_ = temp;
+  }
   SetEnv("TMP", path_.string());
   SetEnv("TEMP", path_.string());
 #endif
@@ -56,6 +64,10 @@ ScopedTempDir::~ScopedTempDir() {
   } else {
     UnsetEnv("TMPDIR");
   }
+#ifdef _WIN32
+  SetEnv("TMP", previousTmp_);
+  SetEnv("TEMP", previousTemp_);
+#endif
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
 }

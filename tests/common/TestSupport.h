@@ -21,6 +21,11 @@ class ScopedTempDir {
   std::filesystem::path path_;
   std::string previous_;
   bool hadPrevious_ = false;
+#ifdef _WIN32
+  // GetTempPathA reads TMP and TEMP; both are restored afterwards.
+  std::string previousTmp_;
+  std::string previousTemp_;
+#endif
 };
 
 // Where the plug-in writes its log under the given temporary folder.

@@ -1,0 +1,288 @@
+// The registration record (PiPL) inside the Windows module, decoded from its
+// bytes as the host reads it, against the effect's registration values and
+// against what the module itself reports through its registration entry and
+// its global setup.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "AE_Effect.h"
+#include "AE_PluginData.h"
+#include "common/TestSupport.h"
+#include "effect/DriftSmear.h"
+#include "host/EffectHost.h"
+#include "windows/WindowsTestSupport.h"
+
+namespace {
+
+constexpr std::uint32_t FourCC(const char (&code)[5]) {
+  return (std::uint32_t(std::uint8_t(code[0])) << 24) | (std::uint32_t(std::uint8_t(code[1])) << 16) |
+         (std::uint32_t(std::uint8_t(code[2])) << 8) | std::uint32_t(std::uint8_t(code[3]));
+}
+
+struct Property {
+  std::uint32_t vendor = 0;
+  std::uint32_t key = 0;
+  std::uint32_t id = 0;
+  std::string payload;
+};
+
+struct PropertyList {
+  std::uint16_t reserved = 0;
+  std::uint32_t version = 0;
+  std::uint32_t count = 0;
+  std::vector<Property> properties;
+  std::size_t bytesLeft = 0;  // after the last property
+  std::string error;          // empty when the bytes decoded cleanly
+};
+
+// Little-endian reads with bounds checks.
+class Reader {
+ public:
+  explicit Reader(std::string_view bytes) : bytes_(bytes) {}
+  std::optional<std::uint32_t> Read(std::size_t size) {
+    if (bytes_.size() - offset_ < size) {
+      return std::nullopt;
+    }
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+      value |= std::uint32_t(std::uint8_t(bytes_[offset_ + i])) << (8 * i);
+    }
+    offset_ += size;
+    return value;
+  }
+  std::optional<std::string> Bytes(std::size_t size) {
+    if (bytes_.size() - offset_ < size) {
+      return std::nullopt;
+    }
+    std::string out(bytes_.substr(offset_, size));
+    offset_ += size;
+    return out;
+  }
+  std::size_t Left() const { return bytes_.size() - offset_; }
+
+ private:
+  std::string_view bytes_;
+  std::size_t offset_ = 0;
+};
+
+// The Windows layout: a reserved 16-bit word, the list version, the count,
+// then per property vendor, key, id, payload length and the payload padded to
+// a multiple of four bytes.
+PropertyList Decode(std::string_view bytes) {
+  PropertyList list;
+  Reader reader(bytes);
+  const auto reserved = reader.Read(2);
+  const auto version = reader.Read(4);
+  const auto count = reader.Read(4);
+  if (!reserved || !version || !count) {
+    list.error = "header cut short";
+    return list;
+  }
+  list.reserved = std::uint16_t(*reserved);
+  list.version = *version;
+  list.count = *count;
+  for (std::uint32_t i = 0; i < list.count; ++i) {
+    Property property;
+    const auto vendor = reader.Read(4);
+    const auto key = reader.Read(4);
+    const auto id = reader.Read(4);
+    const auto length = reader.Read(4);
+    if (!vendor || !key || !id || !length) {
+      list.error = "property " + std::to_string(i) + " header cut short";
+      return list;
+    }
+    const auto payload = reader.Bytes((*length + 3) & ~3u);
+    if (!payload) {
+      list.error = "property " + std::to_string(i) + " payload cut short";
+      return list;
+    }
+    property.vendor = *vendor;
+    property.key = *key;
+    property.id = *id;
+    property.payload = payload->substr(0, *length);
+    list.properties.push_back(property);
+  }
+  list.bytesLeft = reader.Left();
+  return list;
+}
+
+std::uint32_t Word32(const std::string& payload, std::size_t offset = 0) {
+  std::uint32_t value = 0;
+  for (std::size_t i = 0; i < 4 && offset + i < payload.size(); ++i) {
+    value |= std::uint32_t(std::uint8_t(payload[offset + i])) << (8 * i);
+  }
+  return value;
+}
+
+std::uint16_t Word16(const std::string& payload, std::size_t offset) {
+  return std::uint16_t(Word32(payload.substr(0, offset + 2), offset) & 0xFFFF);
+}
+
+// A Pascal string: a length byte, then the characters; the rest must be zero.
+std::string PascalString(const std::string& payload) {
+  if (payload.empty()) {
+    return "<empty payload>";
+  }
+  const std::size_t length = std::uint8_t(payload[0]);
+  if (length + 1 > payload.size()) {
+    return "<length byte past the payload>";
+  }
+  for (std::size_t i = length + 1; i < payload.size(); ++i) {
+    if (payload[i] != '\0') {
+      return "<non-zero padding>";
+    }
+  }
+  return payload.substr(1, length);
+}
+
+// A zero-terminated string filling the payload up to zero padding.
+std::string CString(const std::string& payload) {
+  const std::size_t end = payload.find('\0');
+  if (end == std::string::npos) {
+    return "<not terminated>";
+  }
+  return payload.substr(0, end);
+}
+
+const std::uint32_t kPropertyKeys[] = {FourCC("kind"), FourCC("name"), FourCC("catg"), FourCC("8664"),
+                                       FourCC("ePVR"), FourCC("eSVR"), FourCC("eVER"), FourCC("eINF"),
+                                       FourCC("eGLO"), FourCC("eGL2"), FourCC("eMNA"), FourCC("aeFL")};
+
+class PiPLResource : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const std::string_view bytes =
+        wintest::ResourceBytes(wintest::PluginModule(), "PiPL", MAKEINTRESOURCEA(16000));
+    ASSERT_FALSE(bytes.empty()) << "DriftSmear.aex has no resource of type PiPL, id 16000";
+    list_ = Decode(bytes);
+    ASSERT_EQ(list_.error, "");
+    ASSERT_EQ(list_.properties.size(), std::size(kPropertyKeys));
+  }
+
+  const std::string& Payload(const char (&key)[5]) const {
+    for (const auto& property : list_.properties) {
+      if (property.key == FourCC(key)) {
+        return property.payload;
+      }
+    }
+    static const std::string missing = "<missing>";
+    return missing;
+  }
+
+  PropertyList list_;
+};
+
+}  // namespace
+
+TEST_F(PiPLResource, HeaderIsTheWindowsPropertyListHeader) {
+  EXPECT_EQ(list_.reserved, 1u);
+  EXPECT_EQ(list_.version, 0u);
+  EXPECT_EQ(list_.count, 12u);
+  EXPECT_EQ(list_.bytesLeft, 0u) << "bytes after the last property";
+}
+
+TEST_F(PiPLResource, PropertiesAreTheTwelveInOrderFromVendor8BIM) {
+  for (std::size_t i = 0; i < list_.properties.size(); ++i) {
+    const Property& property = list_.properties[i];
+    SCOPED_TRACE("property " + std::to_string(i));
+    EXPECT_EQ(property.vendor, FourCC("8BIM"));
+    EXPECT_EQ(property.key, kPropertyKeys[i]);
+    EXPECT_EQ(property.id, 0u);
+    EXPECT_EQ(property.payload.size() % 4, 0u);
+  }
+}
+
+TEST_F(PiPLResource, ValuesAreTheRegistrationValues) {
+  EXPECT_EQ(Word32(Payload("kind")), FourCC("eFKT"));
+  EXPECT_EQ(Word32(Payload("kind")), 0x65464B54u);
+  EXPECT_EQ(PascalString(Payload("name")), "Drift Smear");
+  EXPECT_EQ(PascalString(Payload("catg")), "Quarnbrook Graphics");
+  EXPECT_EQ(CString(Payload("8664")), "EffectMain");
+  EXPECT_EQ(Payload("ePVR").size(), 4u);
+  EXPECT_EQ(Word16(Payload("ePVR"), 0), 2u);
+  EXPECT_EQ(Word16(Payload("ePVR"), 2), 0u);
+  EXPECT_EQ(Word16(Payload("eSVR"), 0), 13u);
+  EXPECT_EQ(Word16(Payload("eSVR"), 2), 28u);
+  EXPECT_EQ(Word32(Payload("eVER")), 0x00098001u);
+  EXPECT_EQ(Word16(Payload("eINF"), 0), 0u);
+  EXPECT_EQ(Word32(Payload("eGLO")), 0x06008424u);
+  EXPECT_EQ(Word32(Payload("eGL2")), 0x0B001408u);
+  EXPECT_EQ(PascalString(Payload("eMNA")), "KQVLDRSM");
+  EXPECT_EQ(Word32(Payload("aeFL")), 8u);
+}
+
+TEST_F(PiPLResource, VersionIsThePackedEffectVersion) {
+  EXPECT_EQ(Word32(Payload("eVER")),
+            PF_VERSION(kMajorVersion, kMinorVersion, kBugVersion, kStageVersion, kBuildVersion));
+}
+
+TEST_F(PiPLResource, EntryPointItNamesIsExported) {
+  const std::string entry = CString(Payload("8664"));
+  EXPECT_NE(GetProcAddress(wintest::PluginModule(), entry.c_str()), nullptr) << entry;
+}
+
+namespace {
+
+struct Registration {
+  int calls = 0;
+  std::string name, matchName, category, entryPoint;
+  A_long kind = 0, major = 0, minor = 0, reserved = 0;
+};
+
+Registration* currentRegistration = nullptr;
+
+A_Err RecordRegistration(PF_PluginDataPtr, const A_u_char* name, const A_u_char* matchName,
+                         const A_u_char* category, const A_u_char* entryPoint, A_long kind, A_long major,
+                         A_long minor, A_long reserved) {
+  Registration& r = *currentRegistration;
+  ++r.calls;
+  r.name = reinterpret_cast<const char*>(name);
+  r.matchName = reinterpret_cast<const char*>(matchName);
+  r.category = reinterpret_cast<const char*>(category);
+  r.entryPoint = reinterpret_cast<const char*>(entryPoint);
+  r.kind = kind;
+  r.major = major;
+  r.minor = minor;
+  r.reserved = reserved;
+  return A_Err_NONE;
+}
+
+}  // namespace
+
+TEST_F(PiPLResource, AgreesWithTheModulesRegistrationEntry) {
+  const auto entry = reinterpret_cast<PluginDataEntryFunctionPtr>(
+      reinterpret_cast<void*>(GetProcAddress(wintest::PluginModule(), "PluginDataEntryFunction")));
+  ASSERT_NE(entry, nullptr);
+  Registration registration;
+  currentRegistration = &registration;
+  EXPECT_EQ(entry(nullptr, RecordRegistration, nullptr, "dshost", "1.0"), A_Err_NONE);
+  currentRegistration = nullptr;
+
+  ASSERT_EQ(registration.calls, 1);
+  EXPECT_EQ(registration.name, PascalString(Payload("name")));
+  EXPECT_EQ(registration.matchName, PascalString(Payload("eMNA")));
+  EXPECT_EQ(registration.category, PascalString(Payload("catg")));
+  EXPECT_EQ(registration.entryPoint, CString(Payload("8664")));
+  EXPECT_EQ(static_cast<std::uint32_t>(registration.kind), Word32(Payload("kind")));
+  EXPECT_EQ(registration.major, Word16(Payload("eSVR"), 0));
+  EXPECT_EQ(registration.minor, Word16(Payload("eSVR"), 2));
+  EXPECT_EQ(static_cast<std::uint32_t>(registration.reserved), Word32(Payload("aeFL")));
+}
+
+// The flags and version the host reads from the resource before loading the
+// module must be the ones the module's global setup reports.
+TEST_F(PiPLResource, AgreesWithTheModulesGlobalSetup) {
+  testsupport::ScopedTempDir temp;
+  dshost::EffectHost host(DRIFTSMEAR_MODULE_PATH);
+  host.Call(PF_Cmd_GLOBAL_SETUP);
+  const PF_OutData& out = host.out_data();
+  EXPECT_EQ(static_cast<std::uint32_t>(out.out_flags), Word32(Payload("eGLO")));
+  EXPECT_EQ(static_cast<std::uint32_t>(out.out_flags2), Word32(Payload("eGL2")));
+  EXPECT_EQ(static_cast<std::uint32_t>(out.my_version), Word32(Payload("eVER")));
+  host.Call(PF_Cmd_GLOBAL_SETDOWN);
+}

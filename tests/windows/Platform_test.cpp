@@ -1,0 +1,88 @@
+// The Windows side of the log's system services: the temporary folder from
+// GetTempPathA, backslash paths, DeleteFileA, and every log line copied to the
+// debugger with OutputDebugStringA.
+#include "support/Platform.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "common/TestSupport.h"
+#include "support/LogsController.h"
+#include "windows/WindowsTestSupport.h"
+
+using testsupport::ScopedTempDir;
+using wintest::DebugOutputCapture;
+
+namespace {
+
+// The folder as GetTempPathA writes it: with a trailing backslash.
+std::string AsTempPath(const ScopedTempDir& temp) { return temp.path().string() + "\\"; }
+
+}  // namespace
+
+TEST(WindowsPlatform, TempDirectoryIsWhatGetTempPathAReports) {
+  ScopedTempDir temp;
+  EXPECT_EQ(platform::TempDirectory(), wintest::SystemTempPath());
+  EXPECT_EQ(platform::TempDirectory(), AsTempPath(temp));
+  EXPECT_EQ(platform::TempDirectory().back(), '\\');
+}
+
+TEST(WindowsPlatform, PathSeparatorIsABackslash) { EXPECT_STREQ(platform::PathSeparator(), "\\"); }
+
+TEST(WindowsPlatform, DeleteFileAtRemovesAFileAndIgnoresAMissingOne) {
+  ScopedTempDir temp;
+  const std::string file = AsTempPath(temp) + "old.log";
+  std::ofstream(file) << "previous run\n";
+  ASSERT_TRUE(std::filesystem::exists(file));
+  platform::DeleteFileAt(file);
+  EXPECT_FALSE(std::filesystem::exists(file));
+  platform::DeleteFileAt(file);
+  EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST(WindowsPlatform, DebuggerOutputGoesToOutputDebugStringA) {
+  DebugOutputCapture capture;
+  platform::DebuggerOutput("KQR :: to the debugger\n");
+  const auto texts = capture.Texts();
+  ASSERT_EQ(texts.size(), 1u);
+  EXPECT_EQ(texts[0], "KQR :: to the debugger\n");
+}
+
+TEST(WindowsLog, LivesUnderGetTempPathAWithBackslashes) {
+  ScopedTempDir temp;
+  ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), "");
+  const std::string expected = wintest::SystemTempPath() + "Quarnbrook Graphics\\com.qrn.driftsmear.log";
+  EXPECT_EQ(std::string(GetLoggerState().logFilePath), expected);
+  EXPECT_EQ(std::string(GetLoggerState().logFolderPath), wintest::SystemTempPath() + "Quarnbrook Graphics\\");
+  EXPECT_TRUE(std::filesystem::is_directory(temp.path() / "Quarnbrook Graphics"));
+
+  WriteLog("Welcome!");
+  std::ifstream in(expected);
+  std::string line;
+  ASSERT_TRUE(std::getline(in, line)) << "nothing written to " << expected;
+  EXPECT_EQ(line.substr(20), "KQR :: Welcome!");
+}
+
+TEST(WindowsLog, InitDeletesThePreviousRunsFile) {
+  ScopedTempDir temp;
+  ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), "");
+  WriteLog("first run");
+  const std::string file = GetLoggerState().logFilePath;
+  ASSERT_TRUE(std::filesystem::exists(file));
+  ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), "");
+  EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST(WindowsLog, EveryLineAlsoGoesToTheDebugger) {
+  ScopedTempDir temp;
+  ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), "");
+  DebugOutputCapture capture;
+  WriteLog("one");
+  WriteLog("two\n");
+  const auto texts = capture.Texts();
+  ASSERT_EQ(texts.size(), 2u);
+  EXPECT_EQ(texts[0], "KQR :: one\n");
+  EXPECT_EQ(texts[1], "KQR :: two\n");
+}
