@@ -56,7 +56,9 @@ std::string LoggerInit(const std::string& fileName, const std::string& folderNam
     platform::DeleteFileAt(state.logFilePath);
 
     const std::filesystem::path folderPath(std::u8string(folder.begin(), folder.end()));
-    if (!std::filesystem::exists(folderPath)) {
+    // is_directory rather than exists: Windows reports a file named like the
+    // folder as existing even with the trailing separator.
+    if (!std::filesystem::is_directory(folderPath)) {
       DRIFTSMEAR_LOG_INFO("Folder \"" << folder << "\" doesn't exist. Creating...");
       std::filesystem::create_directories(folderPath);
     }

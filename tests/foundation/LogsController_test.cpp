@@ -60,9 +60,16 @@ TEST(LogsController, AFolderThatCannotBeCreatedIsReportedAsText) {
   // A plain file where the log folder should go makes the folder impossible.
   const auto blocker = temp.path() / "blocked";
   std::ofstream(blocker) << "not a folder";
-  testsupport::SetEnv("TMPDIR", blocker.string());
+  // GetTempPathA reads TMP on Windows.
+  const char* const tempVariable =
+#ifdef _WIN32
+      "TMP";
+#else
+      "TMPDIR";
+#endif
+  testsupport::SetEnv(tempVariable, blocker.string());
   const std::string result = LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics");
-  testsupport::SetEnv("TMPDIR", temp.path().string());
+  testsupport::SetEnv(tempVariable, temp.path().string());
   EXPECT_EQ(result.rfind("An error occurred in LoggerInit: ", 0), 0u) << result;
   WriteLog("the caller goes on");
 }
