@@ -52,6 +52,11 @@ trap stop_wine EXIT
 wineserver -p </dev/null >/dev/null 2>&1 || true
 wine cmd /c exit </dev/null >/dev/null 2>&1
 
+# Renders that composite in place depend on work-item order; one PoCL thread
+# keeps them repeatable. Tests set this themselves on Linux, but under Wine the
+# Windows side of the environment does not reach PoCL, so it is set here.
+export POCL_MAX_PTHREAD_COUNT=1
+
 # Every test has its own timeout (tests/CMakeLists.txt); --timeout covers any
 # test that does not.
 ctest --test-dir "$build" --output-on-failure -j "$jobs" --timeout 600

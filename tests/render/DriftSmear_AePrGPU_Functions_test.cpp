@@ -401,6 +401,9 @@ TEST_F(DeviceLayer, AZeroWidthRunsNothing) {
 }
 
 TEST_F(DeviceLayer, TheFirstRenderDescribesTheDeviceAndTheSystem) {
+#ifdef _WIN32
+  GTEST_SKIP() << "On Windows the adapter is described by Direct3D 9, which the Windows tests cover";
+#endif
   GPUStatusInfo& status = GetGPUStatusInfo();
   status.SetText(GPUStatusInfo::kGPUShortName, "");
   status.SetText(GPUStatusInfo::kNoticeHeadline, "headline");
