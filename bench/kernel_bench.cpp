@@ -1,22 +1,23 @@
 // One MainKernel pass per back end at 1920 x 1080 and 3840 x 2160, float
-// frames: the host C++ build (a single-threaded reference loop), OpenCL on the
-// first device found (a GPU if there is one) and CUDA when it is built and a
-// device is present. Reports megapixels per second and bytes per second, with
-// 48 bytes per pixel per pass (three four-float frames: previous, current and
+// frames: the host C++ build (a single-threaded reference loop), and through
+// the host's device layer OpenCL on its first OpenCL device and CUDA when it
+// is built and a device is present. Reports megapixels per second and bytes
+// per second, with 48 bytes per pixel per pass (three four-float frames: previous, current and
 // destination) as the traffic a pass cannot avoid.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "host/gpu/OpenCLProgram.h"
+#include "kernels/DriftSmear_KernelSource.h"
 #include "kernels/KernelCpu.h"
-#include "tests/kernels/OpenCLHarness.h"
+#include "render/DriftSmear_AePrGPU_Functions.h"
 
 #if DRIFTSMEAR_HAS_CUDA
-#include <cuda_runtime_api.h>
-
 #include "kernels/DriftSmear_Kernel_CUDA.h"
 #endif
 
@@ -110,78 +111,63 @@ void BM_MainKernel_Cpp(benchmark::State& state) {
   ReportThroughput(state, width, height);
 }
 
-void BM_MainKernel_OpenCL(benchmark::State& state) {
-  using namespace driftsmear::testing;
+// One pass on the first device of the API through the host's device layer.
+void RunOnDevice(benchmark::State& state, dshost::GpuApi api) {
   std::string reason;
-  std::unique_ptr<OpenCLDevice> device = OpenCLDevice::Open(reason);
-  if (!device) {
-    state.SkipWithError(("OpenCL skipped: " + reason).c_str());
+  const dshost::GpuDeviceDesc* desc = dshost::FirstGpuDevice(api, &reason);
+  if (desc == nullptr) {
+    state.SkipWithError((std::string(dshost::GpuApiName(api)) + " skipped: " + reason).c_str());
     return;
   }
+  const std::unique_ptr<dshost::GpuDevice> device = dshost::GpuDevice::Open(*desc);
   const auto width = static_cast<unsigned int>(state.range(0));
   const auto height = static_cast<unsigned int>(state.range(1));
   const Frames& frames = GetFrames(width, height);
   const std::size_t bytes = frames.current.size() * sizeof(float4);
   const KernelData params = BenchParams();
-  ProgramHandle program = device->BuildKernelProgram();
-  KernelHandle kernel = device->CreateKernel(program.get(), "MainKernel");
-  BufferHandle previous = device->CreateBuffer(bytes, frames.previous.data());
-  BufferHandle current = device->CreateBuffer(bytes, frames.current.data());
-  BufferHandle destination = device->CreateBuffer(bytes, nullptr);
-  BufferHandle paramBuffer = device->CreateBuffer(sizeof params, &params);
+  const auto copy = [&](const void* data, std::size_t size) {
+    dshost::DeviceBuffer buffer = device->Allocate(size);
+    if (data != nullptr) {
+      device->Write(buffer, data, size);
+    }
+    return buffer;
+  };
+  const dshost::DeviceBuffer previous = copy(frames.previous.data(), bytes);
+  const dshost::DeviceBuffer current = copy(frames.current.data(), bytes);
+  const dshost::DeviceBuffer destination = copy(nullptr, bytes);
+  const dshost::DeviceBuffer paramBuffer = copy(&params, sizeof params);
   const int pitch = static_cast<int>(width);
-  OpenCLDevice::SetArgs(kernel.get(), previous.get(), current.get(), destination.get(), paramBuffer.get(), pitch,
-                        pitch, pitch, 0, width, height);
-  device->Run(kernel.get(), width, height);  // warm-up
+  std::function<void()> pass;
+  dshost::ClProgram program;
+  dshost::ClKernel kernel;
+  if (api == dshost::GpuApi::OpenCL) {
+    program = dshost::BuildOpenCLProgram(
+        *device, {kOpenCL16FPrefix, std::string(kDriftSmearKernelSource, kDriftSmearKernelSourceLength)},
+        kOpenCLBuildOptions);
+    kernel = dshost::CreateOpenCLKernel(program.get(), "MainKernel");
+    dshost::SetOpenCLKernelArgs(kernel.get(), previous, current, destination, paramBuffer, pitch, pitch, pitch, 0,
+                                width, height);
+    pass = [&] { dshost::RunOpenCLKernel(*device, kernel.get(), width, height); };
+  } else {
+#if DRIFTSMEAR_HAS_CUDA
+    const auto floats = [](const dshost::DeviceBuffer& buffer) { return static_cast<float*>(buffer.handle()); };
+    pass = [&] {
+      MainKernel_CUDA(floats(previous), floats(current), floats(destination),
+                      static_cast<KernelData*>(paramBuffer.handle()), pitch, pitch, pitch, 0, width, height, 16);
+      device->Finish();
+    };
+#endif
+  }
+  pass();  // warm-up
   for (auto _ : state) {
-    device->Run(kernel.get(), width, height);
+    pass();
   }
   ReportThroughput(state, width, height);
-  state.SetLabel(device->Description());
+  state.SetLabel(desc->Describe());
 }
 
-void BM_MainKernel_CUDA(benchmark::State& state) {
-#if DRIFTSMEAR_HAS_CUDA
-  int count = 0;
-  const cudaError_t err = cudaGetDeviceCount(&count);
-  if (err != cudaSuccess || count == 0) {
-    state.SkipWithError((std::string("CUDA skipped: ") + (err != cudaSuccess ? cudaGetErrorString(err) : "no device"))
-                            .c_str());
-    return;
-  }
-  const auto width = static_cast<unsigned int>(state.range(0));
-  const auto height = static_cast<unsigned int>(state.range(1));
-  const Frames& frames = GetFrames(width, height);
-  const std::size_t bytes = frames.current.size() * sizeof(float4);
-  const KernelData params = BenchParams();
-  float* previous = nullptr;
-  float* current = nullptr;
-  float* destination = nullptr;
-  KernelData* paramCopy = nullptr;
-  cudaMalloc(reinterpret_cast<void**>(&previous), bytes);
-  cudaMalloc(reinterpret_cast<void**>(&current), bytes);
-  cudaMalloc(reinterpret_cast<void**>(&destination), bytes);
-  cudaMalloc(reinterpret_cast<void**>(&paramCopy), sizeof params);
-  cudaMemcpy(previous, frames.previous.data(), bytes, cudaMemcpyHostToDevice);
-  cudaMemcpy(current, frames.current.data(), bytes, cudaMemcpyHostToDevice);
-  cudaMemcpy(paramCopy, &params, sizeof params, cudaMemcpyHostToDevice);
-  const int pitch = static_cast<int>(width);
-  MainKernel_CUDA(previous, current, destination, paramCopy, pitch, pitch, pitch, 0, width, height, 16);  // warm-up
-  for (auto _ : state) {
-    MainKernel_CUDA(previous, current, destination, paramCopy, pitch, pitch, pitch, 0, width, height, 16);
-  }
-  if (cudaPeekAtLastError() != cudaSuccess) {
-    state.SkipWithError(cudaGetErrorString(cudaPeekAtLastError()));
-  }
-  cudaFree(previous);
-  cudaFree(current);
-  cudaFree(destination);
-  cudaFree(paramCopy);
-  ReportThroughput(state, width, height);
-#else
-  state.SkipWithError("CUDA skipped: the CUDA kernels are not part of this build");
-#endif
-}
+void BM_MainKernel_OpenCL(benchmark::State& state) { RunOnDevice(state, dshost::GpuApi::OpenCL); }
+void BM_MainKernel_CUDA(benchmark::State& state) { RunOnDevice(state, dshost::GpuApi::Cuda); }
 
 void Sizes(benchmark::internal::Benchmark* benchmark) {
   benchmark->Args({1920, 1080})->Args({3840, 2160})->Unit(benchmark::kMillisecond)->UseRealTime();

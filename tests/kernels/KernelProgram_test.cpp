@@ -6,37 +6,58 @@
 #include <random>
 
 #include "KernelTestSupport.h"
-#include "OpenCLHarness.h"
+#include "kernels/DriftSmear_KernelSource.h"
 
 namespace driftsmear::testing {
 namespace {
+
+using dshost::ClKernel;
+using dshost::ClProgram;
+using dshost::DeviceBuffer;
 
 class KernelProgramTest : public ::testing::Test {
  protected:
   void SetUp() override {
     std::string reason;
-    device_ = OpenCLDevice::Open(reason);
-    if (!device_) {
+    const dshost::GpuDeviceDesc* desc = dshost::FirstGpuDevice(dshost::GpuApi::OpenCL, &reason);
+    if (desc == nullptr) {
       GTEST_SKIP() << "OpenCL skipped: " << reason;
     }
+    device_ = dshost::GpuDevice::Open(*desc);
   }
 
-  // The kernel program with extra kernel text appended, built as the device
-  // layer builds it.
-  ProgramHandle BuildWith(const std::string& extra) {
+  // The kernel program with extra kernel text appended.
+  ClProgram BuildWith(const std::string& extra) {
     std::string log;
-    ProgramHandle program = device_->Build(
-        {kOpenCL16FPrefix, std::string(kDriftSmearKernelSource, kDriftSmearKernelSourceLength), extra},
-        kOpenCLBuildOptions, log);
+    ClProgram program = BuildKernelProgram(*device_, true, extra, &log);
     EXPECT_TRUE(program) << log;
     return program;
   }
 
-  std::unique_ptr<OpenCLDevice> device_;
+  DeviceBuffer Buffer(std::size_t bytes, const void* initial = nullptr) {
+    DeviceBuffer buffer = device_->Allocate(bytes);
+    if (initial != nullptr) {
+      device_->Write(buffer, initial, bytes);
+    }
+    return buffer;
+  }
+
+  // Runs the kernel over `items` x `rows` work-items with the arguments and
+  // reads `out` back into `result`.
+  template <typename T, typename... Args>
+  void Run(cl_program program, const char* name, std::size_t items, std::size_t rows, std::size_t block,
+           const DeviceBuffer& out, std::vector<T>& result, const Args&... args) {
+    const ClKernel kernel = dshost::CreateOpenCLKernel(program, name);
+    dshost::SetOpenCLKernelArgs(kernel.get(), args...);
+    dshost::RunOpenCLKernel(*device_, kernel.get(), items, rows, block);
+    device_->Read(out, result.data(), result.size() * sizeof(T));
+  }
+
+  std::unique_ptr<dshost::GpuDevice> device_;
 };
 
 TEST_F(KernelProgramTest, DeviceSeesTheKernelDataLayout) {
-  ProgramHandle program = BuildWith(R"CL(
+  const ClProgram program = BuildWith(R"CL(
     __kernel void Layout(__global const KernelData* params, __global int* out) {
       out[0] = (int)sizeof(KernelData);
       out[1] = (int)__builtin_offsetof(KernelData, is_activated);
@@ -56,7 +77,6 @@ TEST_F(KernelProgramTest, DeviceSeesTheKernelDataLayout) {
       out[15] = (int)(params->lambda * 1000.0f);
     })CL");
   ASSERT_TRUE(program);
-  KernelHandle kernel = device_->CreateKernel(program.get(), "Layout");
   KernelData params = DefaultParams();
   params.is_activated = false;
   params.isPremult = true;
@@ -64,22 +84,17 @@ TEST_F(KernelProgramTest, DeviceSeesTheKernelDataLayout) {
   params.showDebugData = 4;
   params.percent = 0.25f;
   params.lambda = 0.5f;
-  BufferHandle input = device_->CreateBuffer(sizeof params, &params);
-  BufferHandle output = device_->CreateBuffer(16 * sizeof(int), nullptr);
-  OpenCLDevice::SetArgs(kernel.get(), input.get(), output.get());
-  device_->Run(kernel.get(), 1, 1, 1);
-  int values[16];
-  device_->Read(output.get(), values, sizeof values);
-  const int expected[16] = {472, 0, 4, 204, 404, 408, 456, 460, 464, 468, 0, 1, -77, 4, 250, 500};
-  for (int i = 0; i < 16; ++i) {
-    EXPECT_EQ(values[i], expected[i]) << "probe " << i;
-  }
+  const DeviceBuffer input = Buffer(sizeof params, &params);
+  const DeviceBuffer output = Buffer(16 * sizeof(int));
+  std::vector<int> values(16);
+  Run(program.get(), "Layout", 1, 1, 1, output, values, input, output);
+  EXPECT_EQ(values, (std::vector<int>{472, 0, 4, 204, 404, 408, 456, 460, 464, 468, 0, 1, -77, 4, 250, 500}));
 }
 
 // Every half read and a spread of float values written through the kernel
 // text's ReadFloat4/WriteFloat4 agree with the host's conversions.
 TEST_F(KernelProgramTest, HalfConversionsMatchTheHostBuild) {
-  ProgramHandle program = BuildWith(R"CL(
+  const ClProgram program = BuildWith(R"CL(
     __kernel void Widen(__global const float4* halves, __global float4* floats) {
       const int i = (int)get_global_id(0);
       floats[i] = ReadFloat4(halves, i, true);
@@ -94,13 +109,10 @@ TEST_F(KernelProgramTest, HalfConversionsMatchTheHostBuild) {
   for (std::size_t i = 0; i < allHalves.size(); ++i) {
     allHalves[i] = static_cast<std::uint16_t>(i);
   }
-  BufferHandle halfBuffer = device_->CreateBuffer(allHalves.size() * 2, allHalves.data());
-  BufferHandle floatBuffer = device_->CreateBuffer(allHalves.size() * 4, nullptr);
-  KernelHandle widen = device_->CreateKernel(program.get(), "Widen");
-  OpenCLDevice::SetArgs(widen.get(), halfBuffer.get(), floatBuffer.get());
-  device_->Run(widen.get(), 16384, 1, 64);
+  const DeviceBuffer halfBuffer = Buffer(allHalves.size() * 2, allHalves.data());
+  const DeviceBuffer floatBuffer = Buffer(allHalves.size() * 4);
   std::vector<float> widened(allHalves.size());
-  device_->Read(floatBuffer.get(), widened.data(), widened.size() * 4);
+  Run(program.get(), "Widen", 16384, 1, 16, floatBuffer, widened, halfBuffer, floatBuffer);
   for (std::size_t i = 0; i < allHalves.size(); ++i) {
     const float host = kernel::HalfBitsToFloat(allHalves[i]);
     ASSERT_TRUE(std::isnan(host) ? std::isnan(widened[i]) : widened[i] == host) << "half 0x" << std::hex << i;
@@ -115,13 +127,10 @@ TEST_F(KernelProgramTest, HalfConversionsMatchTheHostBuild) {
     std::memcpy(&value, &bits, sizeof value);
     values.push_back(value);
   }
-  BufferHandle inputs = device_->CreateBuffer(values.size() * 4, values.data());
-  BufferHandle outputs = device_->CreateBuffer(values.size() * 2, nullptr);
-  KernelHandle narrow = device_->CreateKernel(program.get(), "Narrow");
-  OpenCLDevice::SetArgs(narrow.get(), inputs.get(), outputs.get());
-  device_->Run(narrow.get(), static_cast<unsigned int>(values.size() / 4), 1, 64);
+  const DeviceBuffer inputs = Buffer(values.size() * 4, values.data());
+  const DeviceBuffer outputs = Buffer(values.size() * 2);
   std::vector<std::uint16_t> narrowed(values.size());
-  device_->Read(outputs.get(), narrowed.data(), narrowed.size() * 2);
+  Run(program.get(), "Narrow", values.size() / 4, 1, 16, outputs, narrowed, inputs, outputs);
   for (std::size_t i = 0; i < values.size(); ++i) {
     const std::uint16_t host = kernel::FloatToHalfBitsRtz(values[i]);
     if (std::isnan(values[i])) {
@@ -136,28 +145,23 @@ TEST_F(KernelProgramTest, HalfConversionsMatchTheHostBuild) {
 // copied as 16 bytes per pixel, which is why the host must put the switch in
 // front of the text.
 TEST_F(KernelProgramTest, WithoutThe16BitSwitchHalfFramesAreReadAsFloats) {
-  ProgramHandle program = device_->BuildKernelProgram(false);
-  KernelHandle resize = device_->CreateKernel(program.get(), "ResizeKernel");
+  const ClProgram program = BuildKernelProgram(*device_, false);
+  ASSERT_TRUE(program);
   std::vector<std::uint8_t> source(8 * 4 * 16);
   for (std::size_t i = 0; i < source.size(); ++i) {
     source[i] = static_cast<std::uint8_t>(i * 7 + 1);
   }
-  BufferHandle src = device_->CreateBuffer(source.size(), source.data());
-  BufferHandle dst = device_->CreateBuffer(source.size(), nullptr);
-  OpenCLDevice::SetArgs(resize.get(), src.get(), dst.get(), 8, 8, 1, 8u, 4u, 8u, 4u, 0, 0);
-  device_->Run(resize.get(), 8, 4, 4);
+  const DeviceBuffer src = Buffer(source.size(), source.data());
+  const DeviceBuffer dst = Buffer(source.size());
   std::vector<std::uint8_t> copied(source.size());
-  device_->Read(dst.get(), copied.data(), copied.size());
+  Run(program.get(), "ResizeKernel", 8, 4, 4, dst, copied, src, dst, 8, 8, 1, 8u, 4u, 8u, 4u, 0, 0);
   EXPECT_EQ(copied, source);
 }
 
 TEST_F(KernelProgramTest, BuildMessagesNameTheKernelFiles) {
   EXPECT_EQ(std::strlen(kDriftSmearKernelSource), kDriftSmearKernelSourceLength);
   std::string log;
-  ProgramHandle program = device_->Build(
-      {kOpenCL16FPrefix, std::string(kDriftSmearKernelSource, kDriftSmearKernelSourceLength), "#error probe\n"},
-      kOpenCLBuildOptions, log);
-  EXPECT_FALSE(program);
+  EXPECT_FALSE(BuildKernelProgram(*device_, true, "#error probe\n", &log));
   EXPECT_NE(log.find("kernels/DriftSmear_Kernel.cl"), std::string::npos) << log;
   EXPECT_NE(log.find("probe"), std::string::npos) << log;
 }

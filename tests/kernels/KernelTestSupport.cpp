@@ -4,15 +4,17 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <stdexcept>
 #include <sstream>
 
-#include "OpenCLHarness.h"
+#include "render/DriftSmear_AePrGPU_Functions.h"
 
 #if DRIFTSMEAR_HAS_CUDA
 #include <cuda_runtime_api.h>
 
 #include "kernels/DriftSmear_Kernel_CUDA.h"
 #endif
+#include "kernels/DriftSmear_KernelSource.h"
 
 namespace driftsmear::testing {
 
@@ -54,100 +56,86 @@ class CpuBackend final : public KernelBackend {
   }
 };
 
-class OpenCLBackend final : public KernelBackend {
+// OpenCL or CUDA through the host's device layer: every run copies the
+// frames to fresh device buffers and reads the destination back.
+class GpuBackend final : public KernelBackend {
  public:
-  explicit OpenCLBackend(std::unique_ptr<OpenCLDevice> device)
-      : device_(std::move(device)),
-        program_(device_->BuildKernelProgram()),
-        main_(device_->CreateKernel(program_.get(), "MainKernel")),
-        resize_(device_->CreateKernel(program_.get(), "ResizeKernel")) {}
-
-  std::string Name() const override { return "OpenCL (" + device_->Description() + ")"; }
-
-  void RunMain(const PixelBuffer& pre, const PixelBuffer& cur, PixelBuffer& dst, const KernelData& params) override {
-    BufferHandle dstBuffer = device_->CreateBuffer(dst.bytes(), dst.data());
-    BufferHandle preBuffer = &pre == &dst ? nullptr : device_->CreateBuffer(pre.bytes(), pre.data());
-    BufferHandle curBuffer = device_->CreateBuffer(cur.bytes(), cur.data());
-    BufferHandle paramBuffer = device_->CreateBuffer(sizeof(KernelData), &params);
-    const cl_mem preMem = preBuffer ? preBuffer.get() : dstBuffer.get();
-    OpenCLDevice::SetArgs(main_.get(), preMem, curBuffer.get(), dstBuffer.get(), paramBuffer.get(), pre.pitch(),
-                          cur.pitch(), dst.pitch(), dst.half() ? 1 : 0, dst.width(), dst.height());
-    device_->Run(main_.get(), dst.width(), dst.height());
-    device_->Read(dstBuffer.get(), dst.data(), dst.bytes());
-  }
-
-  void RunResize(const PixelBuffer& src, PixelBuffer& dst, int offsetX, int offsetY) override {
-    BufferHandle srcBuffer = device_->CreateBuffer(src.bytes(), src.data());
-    BufferHandle dstBuffer = device_->CreateBuffer(dst.bytes(), dst.data());
-    OpenCLDevice::SetArgs(resize_.get(), srcBuffer.get(), dstBuffer.get(), src.pitch(), dst.pitch(),
-                          dst.half() ? 1 : 0, src.width(), src.height(), dst.width(), dst.height(), offsetX,
-                          offsetY);
-    device_->Run(resize_.get(), dst.width(), dst.height());
-    device_->Read(dstBuffer.get(), dst.data(), dst.bytes());
-  }
-
- private:
-  std::unique_ptr<OpenCLDevice> device_;
-  ProgramHandle program_;
-  KernelHandle main_;
-  KernelHandle resize_;
-};
-
-#if DRIFTSMEAR_HAS_CUDA
-void CudaCheck(cudaError_t err, const char* what) {
-  if (err != cudaSuccess) {
-    throw std::runtime_error(std::string(what) + ": " + cudaGetErrorString(err));
-  }
-}
-
-// Device memory holding a copy of a host block, freed on scope exit.
-class DeviceCopy {
- public:
-  DeviceCopy(const void* data, std::size_t bytes) {
-    CudaCheck(cudaMalloc(&pointer_, bytes), "cudaMalloc");
-    CudaCheck(cudaMemcpy(pointer_, data, bytes, cudaMemcpyHostToDevice), "cudaMemcpy");
-  }
-  ~DeviceCopy() { cudaFree(pointer_); }
-  DeviceCopy(const DeviceCopy&) = delete;
-  DeviceCopy& operator=(const DeviceCopy&) = delete;
-  float* get() const { return static_cast<float*>(pointer_); }
-  void CopyTo(void* out, std::size_t bytes) const {
-    CudaCheck(cudaMemcpy(out, pointer_, bytes, cudaMemcpyDeviceToHost), "cudaMemcpy");
-  }
-
- private:
-  void* pointer_ = nullptr;
-};
-
-class CudaBackend final : public KernelBackend {
- public:
-  std::string Name() const override { return "CUDA"; }
-
-  void RunMain(const PixelBuffer& pre, const PixelBuffer& cur, PixelBuffer& dst, const KernelData& params) override {
-    DeviceCopy dstCopy(dst.data(), dst.bytes());
-    std::unique_ptr<DeviceCopy> preCopy;
-    if (&pre != &dst) {
-      preCopy = std::make_unique<DeviceCopy>(pre.data(), pre.bytes());
+  explicit GpuBackend(const dshost::GpuDeviceDesc& desc) : device_(dshost::GpuDevice::Open(desc)) {
+    if (desc.api == dshost::GpuApi::OpenCL) {
+      std::string log;
+      program_ = BuildKernelProgram(*device_, true, "", &log);
+      if (!program_) {
+        throw std::runtime_error("building the kernel program failed:\n" + log);
+      }
+      main_ = dshost::CreateOpenCLKernel(program_.get(), "MainKernel");
+      resize_ = dshost::CreateOpenCLKernel(program_.get(), "ResizeKernel");
     }
-    DeviceCopy curCopy(cur.data(), cur.bytes());
-    DeviceCopy paramCopy(&params, sizeof params);
-    MainKernel_CUDA(preCopy ? preCopy->get() : dstCopy.get(), curCopy.get(), dstCopy.get(),
-                    reinterpret_cast<KernelData*>(paramCopy.get()), pre.pitch(), cur.pitch(), dst.pitch(),
-                    dst.half() ? 1 : 0, dst.width(), dst.height(), 16);
-    CudaCheck(cudaPeekAtLastError(), "MainKernel_CUDA");
-    dstCopy.CopyTo(dst.data(), dst.bytes());
+  }
+
+  std::string Name() const override { return device_->desc().Describe(); }
+
+  void RunMain(const PixelBuffer& pre, const PixelBuffer& cur, PixelBuffer& dst, const KernelData& params) override {
+    const DeviceBuffer dstMem = Copy(dst.data(), dst.bytes());
+    const DeviceBuffer preMem = &pre == &dst ? DeviceBuffer() : Copy(pre.data(), pre.bytes());
+    const DeviceBuffer curMem = Copy(cur.data(), cur.bytes());
+    const DeviceBuffer paramMem = Copy(&params, sizeof params);
+    const DeviceBuffer& previous = preMem ? preMem : dstMem;
+    const int half = dst.half() ? 1 : 0;
+    if (main_) {
+      dshost::SetOpenCLKernelArgs(main_.get(), previous, curMem, dstMem, paramMem, pre.pitch(), cur.pitch(),
+                                  dst.pitch(), half, dst.width(), dst.height());
+      dshost::RunOpenCLKernel(*device_, main_.get(), dst.width(), dst.height());
+    } else {
+#if DRIFTSMEAR_HAS_CUDA
+      MainKernel_CUDA(Floats(previous), Floats(curMem), Floats(dstMem), static_cast<KernelData*>(paramMem.handle()),
+                      pre.pitch(), cur.pitch(), dst.pitch(), half, dst.width(), dst.height(), 16);
+      CheckCuda("MainKernel_CUDA");
+#endif
+    }
+    device_->Read(dstMem, dst.data(), dst.bytes());
   }
 
   void RunResize(const PixelBuffer& src, PixelBuffer& dst, int offsetX, int offsetY) override {
-    DeviceCopy srcCopy(src.data(), src.bytes());
-    DeviceCopy dstCopy(dst.data(), dst.bytes());
-    ResizeKernel_CUDA(srcCopy.get(), dstCopy.get(), src.pitch(), dst.pitch(), dst.half() ? 1 : 0, src.width(),
-                      src.height(), dst.width(), dst.height(), offsetX, offsetY, 16);
-    CudaCheck(cudaPeekAtLastError(), "ResizeKernel_CUDA");
-    dstCopy.CopyTo(dst.data(), dst.bytes());
-  }
-};
+    const DeviceBuffer srcMem = Copy(src.data(), src.bytes());
+    const DeviceBuffer dstMem = Copy(dst.data(), dst.bytes());
+    const int half = dst.half() ? 1 : 0;
+    if (resize_) {
+      dshost::SetOpenCLKernelArgs(resize_.get(), srcMem, dstMem, src.pitch(), dst.pitch(), half, src.width(),
+                                  src.height(), dst.width(), dst.height(), offsetX, offsetY);
+      dshost::RunOpenCLKernel(*device_, resize_.get(), dst.width(), dst.height());
+    } else {
+#if DRIFTSMEAR_HAS_CUDA
+      ResizeKernel_CUDA(Floats(srcMem), Floats(dstMem), src.pitch(), dst.pitch(), half, src.width(), src.height(),
+                        dst.width(), dst.height(), offsetX, offsetY, 16);
+      CheckCuda("ResizeKernel_CUDA");
 #endif
+    }
+    device_->Read(dstMem, dst.data(), dst.bytes());
+  }
+
+ private:
+  using DeviceBuffer = dshost::DeviceBuffer;
+
+  DeviceBuffer Copy(const void* data, std::size_t bytes) {
+    DeviceBuffer buffer = device_->Allocate(bytes);
+    device_->Write(buffer, data, bytes);
+    return buffer;
+  }
+  static float* Floats(const DeviceBuffer& buffer) { return static_cast<float*>(buffer.handle()); }
+#if DRIFTSMEAR_HAS_CUDA
+  static void CheckCuda(const char* what) {
+    const cudaError_t err = cudaPeekAtLastError();
+    if (err != cudaSuccess) {
+      throw std::runtime_error(std::string(what) + ": " + cudaGetErrorString(err));
+    }
+  }
+#endif
+
+  std::unique_ptr<dshost::GpuDevice> device_;
+  dshost::ClProgram program_;
+  dshost::ClKernel main_;
+  dshost::ClKernel resize_;
+};
 
 struct BackendSlot {
   std::unique_ptr<KernelBackend> runner;
@@ -156,34 +144,11 @@ struct BackendSlot {
 
 BackendSlot MakeBackend(Backend backend) {
   BackendSlot slot;
-  switch (backend) {
-    case Backend::Cpu:
-      slot.runner = std::make_unique<CpuBackend>();
-      break;
-    case Backend::OpenCL: {
-      std::unique_ptr<OpenCLDevice> device = OpenCLDevice::Open(slot.reason);
-      if (device) {
-        slot.runner = std::make_unique<OpenCLBackend>(std::move(device));
-      }
-      break;
-    }
-    case Backend::Cuda: {
-#if DRIFTSMEAR_HAS_CUDA
-      int count = 0;
-      const cudaError_t err = cudaGetDeviceCount(&count);
-      if (err != cudaSuccess) {
-        slot.reason = std::string("no usable NVIDIA GPU or driver (cudaGetDeviceCount: ") + cudaGetErrorString(err) +
-                      ")";
-      } else if (count == 0) {
-        slot.reason = "no NVIDIA GPU";
-      } else {
-        slot.runner = std::make_unique<CudaBackend>();
-      }
-#else
-      slot.reason = "the CUDA kernels are not part of this build";
-#endif
-      break;
-    }
+  if (backend == Backend::Cpu) {
+    slot.runner = std::make_unique<CpuBackend>();
+  } else if (const dshost::GpuDeviceDesc* desc = dshost::FirstGpuDevice(
+                 backend == Backend::Cuda ? dshost::GpuApi::Cuda : dshost::GpuApi::OpenCL, &slot.reason)) {
+    slot.runner = std::make_unique<GpuBackend>(*desc);
   }
   return slot;
 }
@@ -191,15 +156,16 @@ BackendSlot MakeBackend(Backend backend) {
 }  // namespace
 
 std::string BackendName(Backend backend) {
-  switch (backend) {
-    case Backend::Cpu:
-      return "C++";
-    case Backend::OpenCL:
-      return "OpenCL";
-    case Backend::Cuda:
-      return "CUDA";
+  return backend == Backend::Cpu ? "C++" : backend == Backend::OpenCL ? "OpenCL" : "CUDA";
+}
+
+dshost::ClProgram BuildKernelProgram(dshost::GpuDevice& device, bool with16FSwitch, const std::string& extra,
+                                     std::string* log) {
+  std::vector<std::string> sources{std::string(kDriftSmearKernelSource, kDriftSmearKernelSourceLength), extra};
+  if (with16FSwitch) {
+    sources.insert(sources.begin(), kOpenCL16FPrefix);
   }
-  return "?";
+  return dshost::BuildOpenCLProgram(device, sources, kOpenCLBuildOptions, log);
 }
 
 KernelBackend* GetBackend(Backend backend, std::string& reason) {

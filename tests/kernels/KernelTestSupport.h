@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "host/gpu/OpenCLProgram.h"
 #include "kernels/KernelCpu.h"
 
 namespace driftsmear::testing {
@@ -73,6 +74,29 @@ KernelBackend* GetBackend(Backend backend, std::string& reason);
   if (var == nullptr) {                                                              \
     GTEST_SKIP() << ::driftsmear::testing::BackendName(backend) << " skipped: " << var##Reason; \
   }
+
+// The kernel program as the device layer builds it (the 16-bit switch as its
+// own source string in front of the text, the same build options), with
+// `extra` kernel text after it; the switch may be left out. Null, with the
+// build log in `log`, when the build fails.
+dshost::ClProgram BuildKernelProgram(dshost::GpuDevice& device, bool with16FSwitch = true,
+                                     const std::string& extra = "", std::string* log = nullptr);
+
+// A test on one back end, skipped with the reason where it cannot run.
+template <typename Param>
+class BackendTest : public ::testing::TestWithParam<Param> {
+ protected:
+  explicit BackendTest(Backend backend) : backendKind_(backend) {}
+  void SetUp() override {
+    std::string reason;
+    backend_ = GetBackend(backendKind_, reason);
+    if (backend_ == nullptr) {
+      GTEST_SKIP() << BackendName(backendKind_) << " skipped: " << reason;
+    }
+  }
+  Backend backendKind_;
+  KernelBackend* backend_ = nullptr;
+};
 
 // The parameters at the effect's default settings, activated, full-strength
 // pass (percent 1), result view.

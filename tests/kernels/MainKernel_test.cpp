@@ -49,50 +49,51 @@ bool AnyPixelDiffers(const PixelBuffer& a, const PixelBuffer& b) {
   return !ImagesAgree(a, b, 1e-6f);
 }
 
-class MainKernelTest : public ::testing::TestWithParam<Backend> {};
+class MainKernelTest : public BackendTest<Backend> {
+ protected:
+  MainKernelTest() : BackendTest(GetParam()) {}
+  // A ramp along x and its previous frame 0.2 brighter with the same slope:
+  // a flow wherever the kernel looks.
+  const PixelBuffer cur_ = Ramp(true, 0.5f, 0.1f);
+  const PixelBuffer pre_ = Ramp(true, 0.5f, 0.3f);
+  PixelBuffer dst_{kSize, kSize, false};
+  KernelData params_ = DefaultParams();
+};
 
 TEST_P(MainKernelTest, PercentZeroCopiesCurrentWithRedAndBlueExchanged) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   const PixelBuffer pre = Ramp(true, 1.0f, 0.5f);
   const PixelBuffer cur = Coded(0.5f);
-  PixelBuffer dst(kSize, kSize, false);
-  KernelData params = DefaultParams();
-  params.percent = 0.0f;
-  params.is_activated = false;  // no watermark on this path either
-  params.showDebugData = 2;     // nor a debug view
-  backend->RunMain(pre, cur, dst, params);
+  params_.percent = 0.0f;
+  params_.is_activated = false;  // no watermark on this path either
+  params_.showDebugData = 2;     // nor a debug view
+  backend_->RunMain(pre, cur, dst_, params_);
   for (unsigned int y = 0; y < kSize; ++y) {
     for (unsigned int x = 0; x < kSize; ++x) {
       const float4 c = cur.Get(x, y);
-      ExpectPixel(dst, x, y, make_float4(c.z, c.y, c.x, c.w));
+      ExpectPixel(dst_, x, y, make_float4(c.z, c.y, c.x, c.w));
     }
   }
 }
 
 TEST_P(MainKernelTest, FlatFramesGiveTheCurrentPixel) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   PixelBuffer pre(kSize, kSize, false);
   PixelBuffer cur(kSize, kSize, false);
   pre.Fill(Bgra(0.9f, 0.8f, 0.7f));  // darker current: movement > 0, but no gradient
   cur.Fill(Bgra(0.2f, 0.3f, 0.4f));
-  PixelBuffer dst(kSize, kSize, false);
-  backend->RunMain(pre, cur, dst, DefaultParams());
-  EXPECT_TRUE(ImagesAgree(cur, dst, 0.0f));
+  backend_->RunMain(pre, cur, dst_, DefaultParams());
+  EXPECT_TRUE(ImagesAgree(cur, dst_, 0.0f));
 }
 
 TEST_P(MainKernelTest, BrighterCurrentGivesNoFlow) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   const PixelBuffer pre = Ramp(true, 0.5f, 0.0f);
   const PixelBuffer cur = Ramp(true, 0.5f, 0.3f);
-  PixelBuffer dst(kSize, kSize, false);
-  KernelData params = DefaultParams();
-  backend->RunMain(pre, cur, dst, params);
-  EXPECT_TRUE(ImagesAgree(cur, dst, 0.0f));
+  backend_->RunMain(pre, cur, dst_, params_);
+  EXPECT_TRUE(ImagesAgree(cur, dst_, 0.0f));
 
-  params.showDebugData = 4;  // flow magnitude
-  backend->RunMain(pre, cur, dst, params);
+  params_.showDebugData = 4;  // flow magnitude
+  backend_->RunMain(pre, cur, dst_, params_);
   for (unsigned int x = 0; x < kSize; ++x) {
-    ExpectPixel(dst, x, kSize / 2, make_float4(0.0f, 0.0f, 0.0f, 1.0f));
+    ExpectPixel(dst_, x, kSize / 2, make_float4(0.0f, 0.0f, 0.0f, 1.0f));
   }
 }
 
@@ -104,20 +105,15 @@ TEST_P(MainKernelTest, BrighterCurrentGivesNoFlow) {
 // right edge repeat the last column. (Positions stay clear of pixel
 // boundaries: OpenCL's relaxed math may be an ulp off.)
 TEST_P(MainKernelTest, HorizontalMotionSmearsWithRedBlueSplitAndClampsAtTheEdge) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
-  const PixelBuffer cur = Ramp(true, 0.5f, 0.1f);
-  const PixelBuffer pre = Ramp(true, 0.5f, 0.3f);  // 0.2 brighter, same slope
-  PixelBuffer dst(kSize, kSize, false);
-  KernelData params = DefaultParams();
-  params.trailIntensity = 100.0f;
-  params.displaceIntensity = 3.5f;
-  params.chromatic = 15.625f;
-  backend->RunMain(pre, cur, dst, params);
-  const auto at = [&](unsigned int x, unsigned int y) { return pre.Get(x < kSize ? x : kSize - 1, y); };
+  params_.trailIntensity = 100.0f;
+  params_.displaceIntensity = 3.5f;
+  params_.chromatic = 15.625f;
+  backend_->RunMain(pre_, cur_, dst_, params_);
+  const auto at = [&](unsigned int x, unsigned int y) { return pre_.Get(x < kSize ? x : kSize - 1, y); };
   for (unsigned int y : {0u, 13u, kSize - 1}) {
     for (unsigned int x = 0; x < kSize; ++x) {
       const float4 g = at(x + 3, y);
-      ExpectPixel(dst, x, y, make_float4(at(x + 4, y).x, g.y, at(x + 2, y).z, g.w), 1e-6f);
+      ExpectPixel(dst_, x, y, make_float4(at(x + 4, y).x, g.y, at(x + 2, y).z, g.w), 1e-6f);
     }
   }
 }
@@ -125,57 +121,44 @@ TEST_P(MainKernelTest, HorizontalMotionSmearsWithRedBlueSplitAndClampsAtTheEdge)
 // The same along y: the vertical flow changes sign, so the sample moves up by
 // 3.5 rows (to row y - 4) and the top rows repeat row 0.
 TEST_P(MainKernelTest, VerticalFlowIsInvertedAndClampsAtTheTop) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   const PixelBuffer cur = Ramp(false, 0.5f, 0.1f);
   const PixelBuffer pre = Ramp(false, 0.5f, 0.3f);
-  PixelBuffer dst(kSize, kSize, false);
-  KernelData params = DefaultParams();
-  params.trailIntensity = 100.0f;
-  params.displaceIntensity = 3.5f;
-  params.chromatic = 0.0f;
-  backend->RunMain(pre, cur, dst, params);
+  params_.trailIntensity = 100.0f;
+  params_.displaceIntensity = 3.5f;
+  params_.chromatic = 0.0f;
+  backend_->RunMain(pre, cur, dst_, params_);
   for (unsigned int y = 0; y < kSize; ++y) {
-    ExpectPixel(dst, 7, y, pre.Get(7, y >= 4 ? y - 4 : 0), 1e-6f);
+    ExpectPixel(dst_, 7, y, pre.Get(7, y >= 4 ? y - 4 : 0), 1e-6f);
   }
 }
 
 // The magnitude band starts at 0.05 however low the threshold: with
 // threshold 0 a flow of about 0.03 blends nothing, one of about 0.07 does.
 TEST_P(MainKernelTest, ThresholdBandStartsAtFivePercent) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
-  const PixelBuffer cur = Ramp(true, 0.5f, 0.1f);
-  const PixelBuffer pre = Ramp(true, 0.5f, 0.3f);
-  KernelData params = DefaultParams();
-  params.threshold = 0.0f;
-  params.trailIntensity = 0.4f;
-  PixelBuffer dst(kSize, kSize, false);
-  backend->RunMain(pre, cur, dst, params);
-  EXPECT_TRUE(ImagesAgree(cur, dst, 0.0f));
-  params.trailIntensity = 1.0f;
-  backend->RunMain(pre, cur, dst, params);
-  EXPECT_TRUE(AnyPixelDiffers(dst, cur));
+  params_.threshold = 0.0f;
+  params_.trailIntensity = 0.4f;
+  backend_->RunMain(pre_, cur_, dst_, params_);
+  EXPECT_TRUE(ImagesAgree(cur_, dst_, 0.0f));
+  params_.trailIntensity = 1.0f;
+  backend_->RunMain(pre_, cur_, dst_, params_);
+  EXPECT_TRUE(AnyPixelDiffers(dst_, cur_));
 }
 
 TEST_P(MainKernelTest, VelocityLimitsMayComeInEitherOrder) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
-  const PixelBuffer cur = Ramp(true, 0.5f, 0.1f);
-  const PixelBuffer pre = Ramp(true, 0.5f, 0.3f);
-  KernelData params = DefaultParams();
-  params.minVel = 0.05f;
-  params.maxVel = 0.6f;
+  params_.minVel = 0.05f;
+  params_.maxVel = 0.6f;
   PixelBuffer ordered(kSize, kSize, false);
-  backend->RunMain(pre, cur, ordered, params);
-  std::swap(params.minVel, params.maxVel);
+  backend_->RunMain(pre_, cur_, ordered, params_);
+  std::swap(params_.minVel, params_.maxVel);
   PixelBuffer swapped(kSize, kSize, false);
-  backend->RunMain(pre, cur, swapped, params);
-  EXPECT_TRUE(AnyPixelDiffers(ordered, cur)) << "the case must move pixels to mean anything";
+  backend_->RunMain(pre_, cur_, swapped, params_);
+  EXPECT_TRUE(AnyPixelDiffers(ordered, cur_)) << "the case must move pixels to mean anything";
   EXPECT_TRUE(ImagesAgree(ordered, swapped, 0.0f));
 }
 
 // Both velocity limits 0 (two presets do this): no flow where the velocity is
 // exactly 0, full movement wherever it is above 0.
 TEST_P(MainKernelTest, EqualVelocityLimitsStepAtTheEdge) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   const PixelBuffer cur = Ramp(true, 0.5f, 0.1f);
   PixelBuffer pre = Ramp(true, 0.5f, 0.1f);
   for (unsigned int y = 0; y < kSize / 2; ++y) {  // top half: previous brighter
@@ -184,86 +167,72 @@ TEST_P(MainKernelTest, EqualVelocityLimitsStepAtTheEdge) {
       pre.Set(x, y, Bgra(v, v, v));
     }
   }
-  KernelData params = DefaultParams();
-  params.minVel = 0.0f;
-  params.maxVel = 0.0f;
-  params.showDebugData = 4;
-  PixelBuffer dst(kSize, kSize, false);
-  backend->RunMain(pre, cur, dst, params);
+  params_.minVel = 0.0f;
+  params_.maxVel = 0.0f;
+  params_.showDebugData = 4;
+  backend_->RunMain(pre, cur, dst_, params_);
   // Gradient 2 * 4.5 / 32 px on average, lambda 0.5, trail 10: well above 1.
-  ExpectPixel(dst, 10, 2, make_float4(1.0f, 1.0f, 1.0f, 1.0f));
-  ExpectPixel(dst, 10, kSize - 3, make_float4(0.0f, 0.0f, 0.0f, 1.0f));
+  ExpectPixel(dst_, 10, 2, make_float4(1.0f, 1.0f, 1.0f, 1.0f));
+  ExpectPixel(dst_, 10, kSize - 3, make_float4(0.0f, 0.0f, 0.0f, 1.0f));
 }
 
 TEST_P(MainKernelTest, DebugViewsOfZeroMotion) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   const PixelBuffer frame = Coded();
-  PixelBuffer dst(kSize, kSize, false);
-  KernelData params = DefaultParams();
-  params.percent = 0.5f;
-  params.is_activated = false;  // debug views draw no watermark
-  params.threshold = 0.0f;
+  params_.percent = 0.5f;
+  params_.is_activated = false;  // debug views draw no watermark
+  params_.threshold = 0.0f;
   const unsigned int x = 5;
   const unsigned int y = 12;
   const float u = x / static_cast<float>(kSize);
   const float v = y / static_cast<float>(kSize);
 
-  params.showDebugData = 2;  // Motion: xy2rgba(0, 0) = (0.5, 0.5, 0.25, 1)
-  backend->RunMain(frame, frame, dst, params);
-  ExpectPixel(dst, x, y, Bgra(0.5f, 0.5f, 0.25f));
-  ExpectPixel(dst, 0, 0, Bgra(0.5f, 0.5f, 0.25f));
+  params_.showDebugData = 2;  // Motion: xy2rgba(0, 0) = (0.5, 0.5, 0.25, 1)
+  backend_->RunMain(frame, frame, dst_, params_);
+  ExpectPixel(dst_, x, y, Bgra(0.5f, 0.5f, 0.25f));
+  ExpectPixel(dst_, 0, 0, Bgra(0.5f, 0.5f, 0.25f));
 
-  params.showDebugData = 3;  // Displace: (st - uv) * 1000 + uv = uv
-  backend->RunMain(frame, frame, dst, params);
-  ExpectPixel(dst, x, y, Bgra(u, v, 0.0f));
+  params_.showDebugData = 3;  // Displace: (st - uv) * 1000 + uv = uv
+  backend_->RunMain(frame, frame, dst_, params_);
+  ExpectPixel(dst_, x, y, Bgra(u, v, 0.0f));
 
-  params.showDebugData = 4;  // FlowMag
-  backend->RunMain(frame, frame, dst, params);
-  ExpectPixel(dst, x, y, Bgra(0.0f, 0.0f, 0.0f));
+  params_.showDebugData = 4;  // FlowMag
+  backend_->RunMain(frame, frame, dst_, params_);
+  ExpectPixel(dst_, x, y, Bgra(0.0f, 0.0f, 0.0f));
 
-  params.showDebugData = 5;  // Shift * 1000: (cos, sin)(offset) * 2.5 * chromatic
-  params.chromatic = 0.5f;
-  params.chromaticOffset = 3.14159265f / 2.0f;
-  backend->RunMain(frame, frame, dst, params);
-  ExpectPixel(dst, x, y, Bgra(0.0f, 1.25f, 0.0f), 1e-5f);
+  params_.showDebugData = 5;  // Shift * 1000: (cos, sin)(offset) * 2.5 * chromatic
+  params_.chromatic = 0.5f;
+  params_.chromaticOffset = 3.14159265f / 2.0f;
+  backend_->RunMain(frame, frame, dst_, params_);
+  ExpectPixel(dst_, x, y, Bgra(0.0f, 1.25f, 0.0f), 1e-5f);
 }
 
 TEST_P(MainKernelTest, WatermarkCrossWhenNotActivated) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   PixelBuffer frame(kSize, kSize, false);
   frame.Fill(Bgra(0.25f, 0.5f, 0.75f, 1.0f));
-  PixelBuffer dst(kSize, kSize, false);
-  KernelData params = DefaultParams();
-  params.is_activated = false;
-  backend->RunMain(frame, frame, dst, params);
+  params_.is_activated = false;
+  backend_->RunMain(frame, frame, dst_, params_);
   // mix(current, (1, u, v, 1), 0.8) on both diagonals.
-  ExpectPixel(dst, 0, 0, Bgra(0.25f + 0.75f * 0.8f, 0.5f - 0.5f * 0.8f, 0.75f - 0.75f * 0.8f), 1e-6f);
+  ExpectPixel(dst_, 0, 0, Bgra(0.25f + 0.75f * 0.8f, 0.5f - 0.5f * 0.8f, 0.75f - 0.75f * 0.8f), 1e-6f);
   const float u = 10.0f / kSize;
   const float v = 22.0f / kSize;
-  ExpectPixel(dst, 10, 22, Bgra(0.25f + 0.75f * 0.8f, 0.5f + (u - 0.5f) * 0.8f, 0.75f + (v - 0.75f) * 0.8f), 1e-6f);
+  ExpectPixel(dst_, 10, 22, Bgra(0.25f + 0.75f * 0.8f, 0.5f + (u - 0.5f) * 0.8f, 0.75f + (v - 0.75f) * 0.8f), 1e-6f);
   // One pixel off either diagonal (a distance of 1/32 > 0.005) is untouched.
-  ExpectPixel(dst, 1, 0, frame.Get(1, 0));
-  ExpectPixel(dst, 10, 21, frame.Get(10, 21));
-  ExpectPixel(dst, 20, 2, frame.Get(20, 2));
+  ExpectPixel(dst_, 1, 0, frame.Get(1, 0));
+  ExpectPixel(dst_, 10, 21, frame.Get(10, 21));
+  ExpectPixel(dst_, 20, 2, frame.Get(20, 2));
 }
 
 TEST_P(MainKernelTest, NaNPercentGivesTheCurrentPixel) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
-  const PixelBuffer cur = Ramp(true, 0.5f, 0.1f);
-  const PixelBuffer pre = Ramp(true, 0.5f, 0.3f);
-  KernelData params = DefaultParams();
   PixelBuffer moved(kSize, kSize, false);
-  backend->RunMain(pre, cur, moved, params);
-  ASSERT_TRUE(AnyPixelDiffers(moved, cur)) << "the case must move pixels to mean anything";
+  backend_->RunMain(pre_, cur_, moved, params_);
+  ASSERT_TRUE(AnyPixelDiffers(moved, cur_)) << "the case must move pixels to mean anything";
 
-  params.percent = std::numeric_limits<float>::quiet_NaN();
-  PixelBuffer dst(kSize, kSize, false);
-  backend->RunMain(pre, cur, dst, params);
-  EXPECT_TRUE(ImagesAgree(cur, dst, 0.0f));
+  params_.percent = std::numeric_limits<float>::quiet_NaN();
+  backend_->RunMain(pre_, cur_, dst_, params_);
+  EXPECT_TRUE(ImagesAgree(cur_, dst_, 0.0f));
 }
 
 TEST_P(MainKernelTest, PremultipliedTransparentPixelsKeepTheCurrentColour) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   PixelBuffer cur = Ramp(true, 0.5f, 0.1f);
   for (unsigned int y = 0; y < kSize; ++y) {
     for (unsigned int x = 0; x < kSize; ++x) {
@@ -273,21 +242,18 @@ TEST_P(MainKernelTest, PremultipliedTransparentPixelsKeepTheCurrentColour) {
     }
   }
   const PixelBuffer pre = Ramp(true, 0.5f, 0.3f);
-  KernelData params = DefaultParams();
-  PixelBuffer dst(kSize, kSize, false);
-  backend->RunMain(pre, cur, dst, params);
-  EXPECT_TRUE(ImagesAgree(cur, dst, 0.0f));
+  backend_->RunMain(pre, cur, dst_, params_);
+  EXPECT_TRUE(ImagesAgree(cur, dst_, 0.0f));
 
-  params.isPremult = false;  // the flow then comes from the previous frame alone
-  backend->RunMain(pre, cur, dst, params);
-  EXPECT_TRUE(AnyPixelDiffers(dst, cur));
+  params_.isPremult = false;  // the flow then comes from the previous frame alone
+  backend_->RunMain(pre, cur, dst_, params_);
+  EXPECT_TRUE(AnyPixelDiffers(dst_, cur));
 }
 
 // Rows longer than the image: the padding holds NaN, which any read outside
 // the frame would carry into the result, and which any write outside the
 // frame (the OpenCL range is rounded up to 16) would overwrite.
 TEST_P(MainKernelTest, StaysInsideTheFrameWithPaddedRows) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   const unsigned int width = 20;
   const unsigned int height = 13;
   const int pitch = 27;
@@ -309,13 +275,12 @@ TEST_P(MainKernelTest, StaysInsideTheFrameWithPaddedRows) {
       pre.Set(x, y, Bgra(v + 0.3f, v + 0.2f, v + 0.25f));
     }
   }
-  KernelData params = DefaultParams();
-  params.trailIntensity = 100.0f;
-  params.displaceIntensity = 40.0f;  // samples far outside the frame
-  params.chromatic = 30.0f;
-  params.offsetX = 0.5f;
-  params.offsetY = -0.5f;
-  backend->RunMain(pre, cur, dst, params);
+  params_.trailIntensity = 100.0f;
+  params_.displaceIntensity = 40.0f;  // samples far outside the frame
+  params_.chromatic = 30.0f;
+  params_.offsetX = 0.5f;
+  params_.offsetY = -0.5f;
+  backend_->RunMain(pre, cur, dst, params_);
   for (unsigned int y = 0; y < height; ++y) {
     for (unsigned int x = 0; x < static_cast<unsigned int>(pitch); ++x) {
       const float4 p = dst.Get(x, y);
@@ -334,13 +299,11 @@ TEST_P(MainKernelTest, StaysInsideTheFrameWithPaddedRows) {
 // toward zero gives 1.0 (0x3C00) where rounding to nearest would give
 // 1.0009765625 (0x3C01).
 TEST_P(MainKernelTest, HalfStoresRoundTowardZero) {
-  DRIFTSMEAR_REQUIRE_BACKEND(backend, GetParam());
   const PixelBuffer frame = Ramp(true, 0.5f, 0.1f, true);
   PixelBuffer dst(kSize, kSize, true);
-  KernelData params = DefaultParams();
-  params.showDebugData = 5;
-  params.chromatic = 0.40036f;
-  backend->RunMain(frame, frame, dst, params);
+  params_.showDebugData = 5;
+  params_.chromatic = 0.40036f;
+  backend_->RunMain(frame, frame, dst, params_);
   std::uint16_t halves[4];
   std::memcpy(halves, reinterpret_cast<const unsigned char*>(dst.data()) + (3 * kSize + 3) * 8, sizeof halves);
   EXPECT_EQ(halves[2], 0x3C00);  // R

@@ -53,43 +53,28 @@ void ExpectPlaced(const PixelBuffer& src, const PixelBuffer& dst, int offsetX, i
   EXPECT_EQ(mismatches, 0);
 }
 
-class ResizeKernelTest : public ::testing::TestWithParam<std::tuple<Backend, bool>> {
+class ResizeKernelTest : public BackendTest<std::tuple<Backend, bool>> {
  protected:
-  Backend backend() const { return std::get<0>(GetParam()); }
-  bool half() const { return std::get<1>(GetParam()); }
+  ResizeKernelTest() : BackendTest(std::get<0>(GetParam())) {}
 };
 
-TEST_P(ResizeKernelTest, EqualSizesWithoutOffsetCopy) {
-  DRIFTSMEAR_REQUIRE_BACKEND(runner, backend());
-  const PixelBuffer src = Source(19, 11, half());
-  PixelBuffer dst = Destination(19, 11, half());
-  runner->RunResize(src, dst, 0, 0);
-  ExpectPlaced(src, dst, 0, 0);
-}
-
-TEST_P(ResizeKernelTest, LargerDestinationGetsATransparentBorder) {
-  DRIFTSMEAR_REQUIRE_BACKEND(runner, backend());
-  const PixelBuffer src = Source(12, 7, half());
-  PixelBuffer dst = Destination(20, 13, half());
-  runner->RunResize(src, dst, 3, 2);
-  ExpectPlaced(src, dst, 3, 2);
-}
-
-TEST_P(ResizeKernelTest, NegativeOffsetsCropAndLargerSourcesAreCut) {
-  DRIFTSMEAR_REQUIRE_BACKEND(runner, backend());
-  const PixelBuffer src = Source(16, 16, half());
-  PixelBuffer dst = Destination(10, 9, half());
-  runner->RunResize(src, dst, -4, -3);
-  ExpectPlaced(src, dst, -4, -3);
-}
-
-TEST_P(ResizeKernelTest, SourceWhollyOutsideGivesTransparentBlack) {
-  DRIFTSMEAR_REQUIRE_BACKEND(runner, backend());
-  const PixelBuffer src = Source(8, 8, half());
-  for (const auto& [offsetX, offsetY] : {std::pair{12, 0}, std::pair{-8, 1}, std::pair{0, 12}, std::pair{2, -8}}) {
-    PixelBuffer dst = Destination(12, 12, half());
-    runner->RunResize(src, dst, offsetX, offsetY);
-    ExpectPlaced(src, dst, offsetX, offsetY);
+// Equal sizes without offset copy; a larger destination gets a transparent
+// border; negative offsets crop and larger sources are cut; a source wholly
+// outside gives transparent black.
+TEST_P(ResizeKernelTest, PlacesTheSourceAtItsOffset) {
+  const bool half = std::get<1>(GetParam());
+  struct Case {
+    unsigned int srcSize[2], dstSize[2];
+    int offsetX, offsetY;
+  };
+  for (const Case& c : {Case{{19, 11}, {19, 11}, 0, 0}, Case{{12, 7}, {20, 13}, 3, 2}, Case{{16, 16}, {10, 9}, -4, -3},
+                        Case{{8, 8}, {12, 12}, 12, 0}, Case{{8, 8}, {12, 12}, -8, 1}, Case{{8, 8}, {12, 12}, 0, 12},
+                        Case{{8, 8}, {12, 12}, 2, -8}}) {
+    SCOPED_TRACE(::testing::Message() << "offset (" << c.offsetX << ", " << c.offsetY << ")");
+    const PixelBuffer src = Source(c.srcSize[0], c.srcSize[1], half);
+    PixelBuffer dst = Destination(c.dstSize[0], c.dstSize[1], half);
+    backend_->RunResize(src, dst, c.offsetX, c.offsetY);
+    ExpectPlaced(src, dst, c.offsetX, c.offsetY);
   }
 }
 
