@@ -275,47 +275,34 @@ void AeInstance::PrepareTimes(const dshost::FrameSource& clip, A_long time) {
 }
 
 AeInstance::Result AeInstance::Render(const dshost::FrameSource& clip, A_long time, PF_PixelFormat format) {
-  PrepareTimes(clip, time);
-  dshost::GpuHost& gpu = host_->gpu();
-  Result result;
-  {
-    dshost::SmartRenderRequest request(gpu, clip, dshost::SmartRenderRequest::Target::Gpu, device_.value_or(0),
-                                       format);
-    dshost::ActiveRequestScope active(gpu, request);
-    result.preRender = host_->Call(PF_Cmd_SMART_PRE_RENDER, nullptr, nullptr, request.PreRenderExtra(gpuData_, framework_));
-    if (result.preRender == PF_Err_NONE) {
-      result.render =
-          host_->Call(PF_Cmd_SMART_RENDER_GPU, nullptr, nullptr, request.SmartRenderExtra(gpuData_, framework_));
-    }
-    result.message = host_->out_data().return_msg;
-    result.outFlags = host_->out_data().out_flags;
-    if (request.output() != nullptr) {
-      result.output = gpu.Download(request.output());
-    }
-    result.log = request.Log();
-  }
-  return result;
+  return RenderOn(clip, time, dshost::SmartRenderRequest::Target::Gpu, format);
 }
 
 AeInstance::Result AeInstance::RenderCpu(const dshost::FrameSource& clip, A_long time) {
+  return RenderOn(clip, time, dshost::SmartRenderRequest::Target::Cpu, PF_PixelFormat_ARGB128);
+}
+
+AeInstance::Result AeInstance::RenderOn(const dshost::FrameSource& clip, A_long time,
+                                        dshost::SmartRenderRequest::Target target, PF_PixelFormat format) {
   PrepareTimes(clip, time);
   dshost::GpuHost& gpu = host_->gpu();
+  const bool onGpu = target == dshost::SmartRenderRequest::Target::Gpu;
+  void* gpuData = onGpu ? gpuData_ : nullptr;
+  const PF_GPU_Framework framework = onGpu ? framework_ : PF_GPU_Framework_NONE;
   Result result;
-  {
-    dshost::SmartRenderRequest request(gpu, clip, dshost::SmartRenderRequest::Target::Cpu, 0,
-                                       PF_PixelFormat_ARGB128);
-    dshost::ActiveRequestScope active(gpu, request);
-    result.preRender = host_->Call(PF_Cmd_SMART_PRE_RENDER, nullptr, nullptr, request.PreRenderExtra(nullptr, 0));
-    if (result.preRender == PF_Err_NONE) {
-      result.render = host_->Call(PF_Cmd_SMART_RENDER, nullptr, nullptr, request.SmartRenderExtra(nullptr, 0));
-    }
-    result.message = host_->out_data().return_msg;
-    result.outFlags = host_->out_data().out_flags;
-    if (request.output() != nullptr) {
-      result.output = gpu.Download(request.output());
-    }
-    result.log = request.Log();
+  dshost::SmartRenderRequest request(gpu, clip, target, onGpu ? device_.value_or(0) : 0, format);
+  dshost::ActiveRequestScope active(gpu, request);
+  result.preRender = host_->Call(PF_Cmd_SMART_PRE_RENDER, nullptr, nullptr, request.PreRenderExtra(gpuData, framework));
+  if (result.preRender == PF_Err_NONE) {
+    result.render = host_->Call(onGpu ? PF_Cmd_SMART_RENDER_GPU : PF_Cmd_SMART_RENDER, nullptr, nullptr,
+                                request.SmartRenderExtra(gpuData, framework));
   }
+  result.message = host_->out_data().return_msg;
+  result.outFlags = host_->out_data().out_flags;
+  if (request.output() != nullptr) {
+    result.output = gpu.Download(request.output());
+  }
+  result.log = request.Log();
   return result;
 }
 

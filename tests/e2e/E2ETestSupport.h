@@ -43,6 +43,8 @@ struct DeviceParam {
   std::string Name() const;
 };
 std::vector<DeviceParam> DeviceParams();
+inline const DeviceParam kFirstOpenCL{GpuApi::OpenCL, 0};
+inline const DeviceParam kFirstCuda{GpuApi::Cuda, 0};
 inline void PrintTo(const DeviceParam& param, std::ostream* out) { *out << param.Name(); }
 // The device's host index, or empty with the reason it is not here.
 std::optional<uint32_t> Resolve(const DeviceParam& param, std::string* reason);
@@ -149,6 +151,8 @@ class AeInstance {
 
  private:
   void PrepareTimes(const dshost::FrameSource& clip, A_long time);
+  Result RenderOn(const dshost::FrameSource& clip, A_long time, dshost::SmartRenderRequest::Target target,
+                  PF_PixelFormat format);
 
   testsupport::ScopedTempDir temp_;
   std::unique_ptr<dshost::EffectHost> host_;

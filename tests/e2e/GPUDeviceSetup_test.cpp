@@ -13,28 +13,15 @@ namespace {
 
 using testsupport::LinesContaining;
 
-std::optional<uint32_t> FirstOf(GpuApi api, std::string* reason) {
-  const auto devices = DevicesOf(api);
-  if (devices.empty()) {
-    dshost::FirstGpuDevice(api, reason);
-    return std::nullopt;
-  }
-  return devices.front();
-}
-
 TEST(GPUDeviceSetup, AnOpenCLDeviceGetsItsKernelsAndTakedownReturnsEverything) {
-  std::string reason;
-  const auto index = FirstOf(GpuApi::OpenCL, &reason);
-  if (!index) {
-    GTEST_SKIP() << "OpenCL skipped: " << reason;
-  }
+  E2E_REQUIRE_DEVICE(kFirstOpenCL, index);
   AeInstance ae;
   dshost::EffectHost& host = ae.host();
-  dshost::GpuDevice& device = host.gpu().OpenDevice(*index);
+  dshost::GpuDevice& device = host.gpu().OpenDevice(index);
   const uint32_t references = device.ContextReferenceCount().value_or(0);
   const size_t handles = host.runtime().LiveHandles();
 
-  ASSERT_EQ(ae.SetUpDevice(*index), PF_Err_NONE);
+  ASSERT_EQ(ae.SetUpDevice(index), PF_Err_NONE);
   EXPECT_EQ(host.out_data().out_flags2, PF_OutFlag2_SUPPORTS_GPU_RENDER_F32);
   EXPECT_NE(host.out_data().out_flags & PF_OutFlag_REFRESH_UI, 0);
   ASSERT_NE(ae.gpuData(), nullptr);
@@ -55,14 +42,10 @@ TEST(GPUDeviceSetup, AnOpenCLDeviceGetsItsKernelsAndTakedownReturnsEverything) {
 }
 
 TEST(GPUDeviceSetup, ACudaDeviceNeedsNoKernelsOfItsOwn) {
-  std::string reason;
-  const auto index = FirstOf(GpuApi::Cuda, &reason);
-  if (!index) {
-    GTEST_SKIP() << "CUDA skipped: " << reason;
-  }
+  E2E_REQUIRE_DEVICE(kFirstCuda, index);
   AeInstance ae;
   const size_t handles = ae.host().runtime().LiveHandles();
-  ASSERT_EQ(ae.SetUpDevice(*index), PF_Err_NONE);
+  ASSERT_EQ(ae.SetUpDevice(index), PF_Err_NONE);
   EXPECT_EQ(ae.host().out_data().out_flags2, PF_OutFlag2_SUPPORTS_GPU_RENDER_F32);
   ASSERT_NE(ae.gpuData(), nullptr);
   const auto* list = static_cast<const KernelList*>(*static_cast<PF_Handle>(ae.gpuData()));
@@ -75,12 +58,8 @@ TEST(GPUDeviceSetup, ACudaDeviceNeedsNoKernelsOfItsOwn) {
 class GPUDeviceRefusal : public ::testing::Test {
  protected:
   void SetUp() override {
-    std::string reason;
-    const auto index = FirstOf(GpuApi::OpenCL, &reason);
-    if (!index) {
-      GTEST_SKIP() << "OpenCL skipped: " << reason;
-    }
-    index_ = *index;
+    E2E_REQUIRE_DEVICE(kFirstOpenCL, index);
+    index_ = index;
   }
   uint32_t index_ = 0;
   AeInstance ae_;

@@ -65,12 +65,9 @@ TEST(RenderCPU, PremiereNamesTheGeneralProjectSettings) {
 
 TEST(RenderCPU, AGPUDeviceKeepsTheNoticeAway) {
   REQUIRE_FRESH_MODULE();
-  const auto devices = DevicesOf(GpuApi::OpenCL);
-  if (devices.empty()) {
-    GTEST_SKIP() << "OpenCL skipped: no OpenCL device";
-  }
+  E2E_REQUIRE_DEVICE(kFirstOpenCL, index);
   AeInstance ae;
-  ASSERT_EQ(ae.SetUpDevice(devices.front()), PF_Err_NONE);
+  ASSERT_EQ(ae.SetUpDevice(index), PF_Err_NONE);
   const InMemoryClip clip = SmallClip();
   for (int i = 0; i < 3; ++i) {
     EXPECT_EQ(ae.RenderCpu(clip, 20).message, "");
@@ -98,15 +95,12 @@ TEST_F(RenderCommand, AMissingOutputIsLoggedAndNotAnError) {
 }
 
 TEST_F(RenderCommand, AnOutputOfAnotherDepthIsLogged) {
-  const auto devices = DevicesOf(GpuApi::OpenCL);
-  if (devices.empty()) {
-    GTEST_SKIP() << "OpenCL skipped: no OpenCL device";
-  }
+  E2E_REQUIRE_DEVICE(kFirstOpenCL, index);
   dshost::GpuHost& gpu = ae_.host().gpu();
-  gpu.OpenDevice(devices.front());
+  gpu.OpenDevice(index);
   PF_EffectWorld* input = gpu.CreateCpuWorld(16, 16, PF_PixelFormat_ARGB32, false);
   PF_EffectWorld* output =
-      gpu.CreateGpuWorld(devices.front(), 16, 16, dshost::kGpuFloatFormat, true, PF_RationalScale{1, 1}, false);
+      gpu.CreateGpuWorld(index, 16, 16, dshost::kGpuFloatFormat, true, PF_RationalScale{1, 1}, false);
   EXPECT_EQ(Render(input, output), PF_Err_NONE);
   EXPECT_EQ(LinesContaining(ae_.Log(), ":RenderCPU] :: Wrong bitdepth: 1094992704").size(), 1u);
   gpu.DisposeWorld(input);

@@ -141,12 +141,9 @@ INSTANTIATE_TEST_SUITE_P(Devices, RenderChain, ::testing::ValuesIn(DeviceParams(
 
 // The render entry's own contract, on the first OpenCL device.
 TEST(RenderSession, ReportsTheEffectsFailureWithItsCommandAndCode) {
-  const auto devices = DevicesOf(GpuApi::OpenCL);
-  if (devices.empty()) {
-    GTEST_SKIP() << "OpenCL skipped: no OpenCL device";
-  }
+  E2E_REQUIRE_DEVICE(kFirstOpenCL, index);
   testsupport::ScopedTempDir temp;
-  RenderSession session(DRIFTSMEAR_MODULE_PATH, {.deviceIndex = devices.front()});
+  RenderSession session(DRIFTSMEAR_MODULE_PATH, {.deviceIndex = index});
   session.SetParameter(kDiskFrames, 3);
   EXPECT_EQ(session.Parameter(kDiskFrames), 3);
   const InMemoryClip clip = DotClip(32, std::vector<DotFrame>(4, DotFrame{32, 0, 0}), 9);

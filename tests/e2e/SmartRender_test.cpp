@@ -19,62 +19,51 @@ using testsupport::LinesContaining;
 class SmartRender : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto devices = DevicesOf(GpuApi::OpenCL);
-    if (devices.empty()) {
-      std::string reason;
-      dshost::FirstGpuDevice(GpuApi::OpenCL, &reason);
-      GTEST_SKIP() << "OpenCL skipped: " << reason;
-    }
+    E2E_REQUIRE_DEVICE(kFirstOpenCL, index);
     ae_ = std::make_unique<AeInstance>();
-    ASSERT_EQ(ae_->SetUpDevice(devices.front()), PF_Err_NONE);
+    ASSERT_EQ(ae_->SetUpDevice(index), PF_Err_NONE);
+    Apply(host(), Settings{});
   }
 
   dshost::EffectHost& host() { return ae_->host(); }
 
-  // Times of the layer checkouts of the last render, by checkout id order.
+  // Times of the layer checkouts and ids of the check-ins of a render, in order.
   static std::vector<A_long> CheckoutTimes(const dshost::SmartRenderLog& log) {
-    std::vector<A_long> times;
-    for (const auto& checkout : log.layerCheckouts) {
-      times.push_back(checkout.time);
-    }
-    return times;
+    return Each(log.layerCheckouts, &dshost::LayerCheckoutRecord::time);
   }
-
   static std::vector<A_long> CheckinIds(const dshost::SmartRenderLog& log) {
-    std::vector<A_long> ids;
-    for (const auto& checkin : log.pixelCheckins) {
-      ids.push_back(checkin.checkoutId);
-    }
-    return ids;
+    return Each(log.pixelCheckins, &dshost::PixelsCheckinRecord::checkoutId);
   }
-
-  // Twelve 64x64 dot frames, 10 time units each in a scale of 100.
-  static InMemoryClip Clip() {
-    return DotClip(64, std::vector<DotFrame>(12, DotFrame{64, 0, 0}), 7);
+  template <typename Record>
+  static std::vector<A_long> Each(const std::vector<Record>& records, A_long Record::*field) {
+    std::vector<A_long> values;
+    for (const Record& record : records) {
+      values.push_back(record.*field);
+    }
+    return values;
   }
 
   std::unique_ptr<AeInstance> ae_;
+  // Twelve 64x64 dot frames, 10 time units each in a scale of 100.
+  InMemoryClip clip_ = DotClip(64, std::vector<DotFrame>(12, DotFrame{64, 0, 0}), 7);
 };
 
 TEST_F(SmartRender, EarlierFramesAreCheckedOutFrameOffsetTimeStepsBack) {
-  const InMemoryClip clip = Clip();
-  Settings settings;
-  settings.frames = 3;
-  Apply(host(), settings);
-  auto result = ae_->Render(clip, 100);
+  // Three frames by default.
+  auto result = ae_->Render(clip_, 100);
   ASSERT_EQ(result.render, PF_Err_NONE);
   EXPECT_EQ(CheckoutTimes(result.log), (std::vector<A_long>{100, 90, 80}));
 
   host().parameters().SetValueById(kDiskFrameOffset, 0.5);
-  result = ae_->Render(clip, 100);
+  result = ae_->Render(clip_, 100);
   EXPECT_EQ(CheckoutTimes(result.log), (std::vector<A_long>{100, 95, 90}));
 
   // A negative offset looks at later frames; 0 asks for the current frame in
   // every slot.
   host().parameters().SetValueById(kDiskFrameOffset, -1);
-  EXPECT_EQ(CheckoutTimes(ae_->Render(clip, 50).log), (std::vector<A_long>{50, 60, 70}));
+  EXPECT_EQ(CheckoutTimes(ae_->Render(clip_, 50).log), (std::vector<A_long>{50, 60, 70}));
   host().parameters().SetValueById(kDiskFrameOffset, 0);
-  EXPECT_EQ(CheckoutTimes(ae_->Render(clip, 50).log), (std::vector<A_long>{50, 50, 50}));
+  EXPECT_EQ(CheckoutTimes(ae_->Render(clip_, 50).log), (std::vector<A_long>{50, 50, 50}));
 
   for (size_t id = 0; id < result.log.layerCheckouts.size(); ++id) {
     const dshost::LayerCheckoutRecord& checkout = result.log.layerCheckouts[id];
@@ -94,9 +83,7 @@ TEST_F(SmartRender, EarlierFramesAreCheckedOutFrameOffsetTimeStepsBack) {
 }
 
 TEST_F(SmartRender, PreRenderDeclaresTheFullDownsampledFrame) {
-  const InMemoryClip clip = Clip();
-  Apply(host(), Settings{});
-  auto result = ae_->Render(clip, 100);
+  auto result = ae_->Render(clip_, 100);
   ASSERT_EQ(result.preRender, PF_Err_NONE);
   const PF_PreRenderOutput& output = result.log.preRenderOutput;
   EXPECT_EQ(output.flags, PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS | PF_RenderOutputFlag_GPU_RENDER_POSSIBLE);
@@ -112,17 +99,15 @@ TEST_F(SmartRender, PreRenderDeclaresTheFullDownsampledFrame) {
     in.downsample_x = PF_RationalScale{1, 2};
     in.downsample_y = PF_RationalScale{1, 3};
   };
-  result = ae_->Render(clip, 100);
+  result = ae_->Render(clip_, 100);
   EXPECT_EQ(result.log.preRenderOutput.result_rect.right, 33);
   EXPECT_EQ(result.log.preRenderOutput.result_rect.bottom, 22);
   EXPECT_EQ(result.log.preRenderOutput.max_result_rect.right, 33);
 }
 
 TEST_F(SmartRender, EveryFrameAndHandleGoesBackWithASecondCheckinOfTheCurrentFrame) {
-  const InMemoryClip clip = Clip();
-  Apply(host(), Settings{});
   const size_t handles = host().runtime().LiveHandles();
-  const auto result = ae_->Render(clip, 100);
+  const auto result = ae_->Render(clip_, 100);
   ASSERT_EQ(result.render, PF_Err_NONE);
   EXPECT_EQ(CheckinIds(result.log), (std::vector<A_long>{0, 1, 2, 0}));
   ASSERT_EQ(result.log.pixelCheckins.size(), 4u);
@@ -136,29 +121,28 @@ TEST_F(SmartRender, EveryFrameAndHandleGoesBackWithASecondCheckinOfTheCurrentFra
 }
 
 TEST_F(SmartRender, AMissingWorldRepeatsTheNewerFrame) {
-  InMemoryClip clip = Clip();
   Settings settings;
   settings.frames = 4;
   Apply(host(), settings);
   const KernelData data = ExpectedKernelData(settings);
 
   // Frame 8 (checkout id 2) has no world: slot 2 repeats frame 9.
-  clip.SetNoWorld(8);
-  auto result = ae_->Render(clip, 100);
+  clip_.SetNoWorld(8);
+  auto result = ae_->Render(clip_, 100);
   ASSERT_EQ(result.render, PF_Err_NONE);
   ASSERT_TRUE(result.output);
   EXPECT_FALSE(result.log.pixelCheckouts[2].world);
-  EXPECT_TRUE(ImagesMatch(ReferenceChain({&clip.frame(10), &clip.frame(9), &clip.frame(9), &clip.frame(7)}, 64, 64,
+  EXPECT_TRUE(ImagesMatch(ReferenceChain({&clip_.frame(10), &clip_.frame(9), &clip_.frame(9), &clip_.frame(7)}, 64, 64,
                                          data),
                           *result.output, 1e-5f));
   EXPECT_TRUE(LinesContaining(ae_->Log(), "Reached a last NULL frame").empty());
 
   // The oldest slot missing is also logged.
-  clip.SetNoWorld(8, false);
-  clip.SetNoWorld(7);
-  result = ae_->Render(clip, 100);
+  clip_.SetNoWorld(8, false);
+  clip_.SetNoWorld(7);
+  result = ae_->Render(clip_, 100);
   ASSERT_EQ(result.render, PF_Err_NONE);
-  EXPECT_TRUE(ImagesMatch(ReferenceChain({&clip.frame(10), &clip.frame(9), &clip.frame(8), &clip.frame(8)}, 64, 64,
+  EXPECT_TRUE(ImagesMatch(ReferenceChain({&clip_.frame(10), &clip_.frame(9), &clip_.frame(8), &clip_.frame(8)}, 64, 64,
                                          data),
                           *result.output, 1e-5f));
   const auto lines = LinesContaining(ae_->Log(), "Reached a last NULL frame");
@@ -168,9 +152,7 @@ TEST_F(SmartRender, AMissingWorldRepeatsTheNewerFrame) {
 }
 
 TEST_F(SmartRender, SixteenBitFramesAreRefusedWithoutTouchingTheOutput) {
-  const InMemoryClip clip = Clip();
-  Apply(host(), Settings{});
-  const auto result = ae_->Render(clip, 100, dshost::kGpuHalfFormat);
+  const auto result = ae_->Render(clip_, 100, dshost::kGpuHalfFormat);
   EXPECT_EQ(result.preRender, PF_Err_NONE);
   EXPECT_EQ(result.render, PF_Err_UNRECOGNIZED_PARAM_TYPE);
   ASSERT_TRUE(result.output);
@@ -186,10 +168,8 @@ TEST_F(SmartRender, SixteenBitFramesAreRefusedWithoutTouchingTheOutput) {
 }
 
 TEST_F(SmartRender, AFailedLayerCheckoutEndsThePreRender) {
-  const InMemoryClip clip = Clip();
-  Apply(host(), Settings{});
   host().runtime().faults().FailCall("pre_render.checkout_layer", 2, PF_Err_OUT_OF_MEMORY);
-  const auto result = ae_->Render(clip, 100);
+  const auto result = ae_->Render(clip_, 100);
   EXPECT_EQ(result.preRender, PF_Err_OUT_OF_MEMORY);
   ASSERT_EQ(result.log.layerCheckouts.size(), 2u) << "no checkout after the failing one";
   EXPECT_EQ(result.log.layerCheckouts[1].error, PF_Err_OUT_OF_MEMORY);
@@ -197,21 +177,17 @@ TEST_F(SmartRender, AFailedLayerCheckoutEndsThePreRender) {
 }
 
 TEST_F(SmartRender, ANaNFrameOffsetIsAClearErrorBeforeAnyEarlierFrame) {
-  const InMemoryClip clip = Clip();
-  Apply(host(), Settings{});
   host().parameters().SetValueById(kDiskFrameOffset, std::nan(""));
-  const auto result = ae_->Render(clip, 100);
+  const auto result = ae_->Render(clip_, 100);
   EXPECT_EQ(result.preRender, PF_Err_BAD_CALLBACK_PARAM);
   ASSERT_EQ(result.log.layerCheckouts.size(), 1u) << "only the current frame has a time";
   EXPECT_EQ(LinesContaining(ae_->Log(), ":PreRender] :: Frame offset nan gives no valid time for frame 1").size(), 1u);
 }
 
 TEST_F(SmartRender, AFailedPixelCheckoutStillChecksEverythingIn) {
-  InMemoryClip clip = Clip();
-  Apply(host(), Settings{});
-  clip.SetFailure(9, PF_Err_INTERNAL_STRUCT_DAMAGED);
+  clip_.SetFailure(9, PF_Err_INTERNAL_STRUCT_DAMAGED);
   const size_t handles = host().runtime().LiveHandles();
-  const auto result = ae_->Render(clip, 100);
+  const auto result = ae_->Render(clip_, 100);
   EXPECT_EQ(result.render, PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(result.log.pixelCheckouts.size(), 2u) << "no checkout after the failing one";
   EXPECT_EQ(CheckinIds(result.log), (std::vector<A_long>{0, 1, 2, 0}));
@@ -222,10 +198,8 @@ TEST_F(SmartRender, AFailedPixelCheckoutStillChecksEverythingIn) {
 }
 
 TEST_F(SmartRender, AMissingSuiteFailsTheRenderAndStillReturnsTheFrames) {
-  const InMemoryClip clip = Clip();
-  Apply(host(), Settings{});
   host().runtime().suites().Withhold("PF World Suite");
-  const auto result = ae_->Render(clip, 100);
+  const auto result = ae_->Render(clip_, 100);
   EXPECT_EQ(result.render, A_Err_MISSING_SUITE);
   EXPECT_EQ(result.message, "Not able to acquire AEFX Suite.");
   EXPECT_NE(result.outFlags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
@@ -235,11 +209,9 @@ TEST_F(SmartRender, AMissingSuiteFailsTheRenderAndStillReturnsTheFrames) {
 }
 
 TEST_F(SmartRender, AFrameListTheHostCannotGiveIsReported) {
-  const InMemoryClip clip = Clip();
-  Apply(host(), Settings{});
   dshost::Faults& faults = host().runtime().faults();
   faults.FailCall("PF Handle Suite.host_new_handle", faults.Count("PF Handle Suite.host_new_handle") + 1);
-  const auto result = ae_->Render(clip, 100);
+  const auto result = ae_->Render(clip_, 100);
   EXPECT_EQ(result.render, PF_Err_OUT_OF_MEMORY);
   EXPECT_EQ(LinesContaining(ae_->Log(), ":SmartRender] :: Cannot initialize layer frames").size(), 1u);
   EXPECT_TRUE(result.log.pixelCheckouts.empty());

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -221,12 +222,15 @@ class DeviceLayer : public ::testing::Test {
     return &pixels[(static_cast<size_t>(y) * image.pitch + x) * 4];
   }
 
-  PF_Err Render(DeviceImage& prev, DeviceImage& cur, DeviceImage& intermediate, DeviceImage& dst,
-                const KernelData& data, const ResizeKernelSizes& resize, int width, int height) {
+  // One pass; without `resize` no resize pass (no offset, equal sizes).
+  PF_Err Render(DeviceImage& prev, DeviceImage& cur, DeviceImage& intermediate, DeviceImage& dst, int width,
+                int height, std::optional<ResizeKernelSizes> resize = std::nullopt) {
     const MainKernelSizes main{dst.pitch, dst.pitch, dst.pitch, 0, width, height};
+    const ResizeKernelSizes sizes =
+        resize.value_or(ResizeKernelSizes{cur.pitch, dst.pitch, 0, cur.width, cur.height, cur.width, cur.height, 0, 0});
     return GPURender(GPUFramework_OpenCL, &list_, info_.devicePV, info_.contextPV, info_.command_queuePV,
                      prev.buffer.handle(), cur.buffer.handle(), intermediate.buffer.handle(), dst.buffer.handle(),
-                     &data, &main, &resize, 16);
+                     &data_, &main, &sizes, 16);
   }
 
   uint32_t ContextReferences() const { return device_->ContextReferenceCount().value_or(0); }
@@ -236,6 +240,7 @@ class DeviceLayer : public ::testing::Test {
   PF_GPUDeviceInfo info_{};
   uint32_t baseline_ = 0;
   KernelList list_{};
+  KernelData data_{};  // percent 0: the oldest pass, a copy of the current frame
   std::vector<std::unique_ptr<DeviceImage>> images_;
 };
 
@@ -292,14 +297,8 @@ TEST_F(DeviceLayer, WithoutAResizeOffsetTheMainKernelReadsTheCurrentFrame) {
   WriteRamp(cur);
   DeviceImage& intermediate = Image(40, 24, 7.0f);
   DeviceImage& dst = Image(40, 24, 9.0f);
-  KernelData data{};
-  data.percent = 0.0f;  // the oldest pass: a copy of the current frame
   const uint32_t before = ContextReferences();
-
-  ASSERT_EQ(Render(intermediate, cur, intermediate, dst, data, ResizeKernelSizes{cur.pitch, dst.pitch, 0, 40, 24, 40,
-                                                                                 24, 0, 0},
-                   40, 24),
-            PF_Err_NONE);
+  ASSERT_EQ(Render(intermediate, cur, intermediate, dst, 40, 24), PF_Err_NONE);
   const auto out = Read(dst);
   const auto in = Read(cur);
   const auto scratch = Read(intermediate);
@@ -323,11 +322,8 @@ TEST_F(DeviceLayer, TheOpenCLResizePassSeesInWidthAndOutHeightTwice) {
   WriteRamp(src);
   DeviceImage& intermediate = Image(64, 32, 7.0f);
   DeviceImage& dst = Image(64, 32, 9.0f);
-  KernelData data{};
-  data.percent = 0.0f;
-
-  ASSERT_EQ(Render(intermediate, src, intermediate, dst, data,
-                   ResizeKernelSizes{src.pitch, intermediate.pitch, 0, 16, 32, 64, 32, 1, 0}, 64, 32),
+  ASSERT_EQ(Render(intermediate, src, intermediate, dst, 64, 32,
+                   ResizeKernelSizes{src.pitch, intermediate.pitch, 0, 16, 32, 64, 32, 1, 0}),
             PF_Err_NONE);
   const auto in = Read(src);
   const auto placed = Read(intermediate);
@@ -350,28 +346,27 @@ TEST_F(DeviceLayer, TheOpenCLResizePassSeesInWidthAndOutHeightTwice) {
 
 TEST_F(DeviceLayer, MissingKernelsAndAMissingListFailTheRender) {
   DeviceImage& image = Image(16, 16, 0.0f);
-  KernelData data{};
   const ResizeKernelSizes noResize{image.pitch, image.pitch, 0, 16, 16, 16, 16, 0, 0};
   const ResizeKernelSizes resize{image.pitch, image.pitch, 0, 16, 16, 16, 16, 2, 0};
   const MainKernelSizes main{image.pitch, image.pitch, image.pitch, 0, 16, 16};
   void* mem = image.buffer.handle();
 
   EXPECT_EQ(GPURender(GPUFramework_OpenCL, nullptr, info_.devicePV, info_.contextPV, info_.command_queuePV, mem, mem,
-                      mem, mem, &data, &main, &noResize, 16),
+                      mem, mem, &data_, &main, &noResize, 16),
             PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(log_.Errors("GPURender", "KernelList pointer is null"), 1u);
 
   std::strcpy(list_.entries[0].name, "MainKernel");
-  EXPECT_EQ(Render(image, image, image, image, data, noResize, 16, 16), PF_Err_INTERNAL_STRUCT_DAMAGED);
+  EXPECT_EQ(Render(image, image, image, image, 16, 16), PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(log_.Errors("GPURender", "Unknown OpenCL Kernel Function: MainKernel"), 1u);
 
   ASSERT_EQ(Initialize(), PF_Err_NONE);
   clReleaseKernel(list_.entries[1].kernel);
   list_.entries[1].kernel = nullptr;
   DeviceImage& other = Image(16, 16, 0.0f);
-  EXPECT_EQ(Render(image, other, image, image, data, noResize, 16, 16), PF_Err_NONE)
+  EXPECT_EQ(Render(image, other, image, image, 16, 16, noResize), PF_Err_NONE)
       << "without an offset the resize kernel is not needed";
-  EXPECT_EQ(Render(image, other, image, image, data, resize, 16, 16), PF_Err_INTERNAL_STRUCT_DAMAGED);
+  EXPECT_EQ(Render(image, other, image, image, 16, 16, resize), PF_Err_INTERNAL_STRUCT_DAMAGED);
   // This message has no colon and no space before the name.
   EXPECT_EQ(log_.Errors("GPURender", "Unknown OpenCL Kernel FunctionResizeKernel"), 1u);
 }
@@ -380,9 +375,7 @@ TEST_F(DeviceLayer, AZeroWidthRunsNothing) {
   ASSERT_EQ(Initialize(), PF_Err_NONE);
   DeviceImage& cur = Image(16, 16, 0.5f);
   DeviceImage& dst = Image(16, 16, 9.0f);
-  KernelData data{};
-  const PF_Err err =
-      Render(cur, cur, cur, dst, data, ResizeKernelSizes{cur.pitch, dst.pitch, 0, 16, 16, 16, 16, 0, 0}, 0, 16);
+  const PF_Err err = Render(cur, cur, cur, dst, 0, 16);
   // OpenCL 1.x rejects an empty range; from OpenCL 2.1 on it is a valid
   // launch of nothing.
   char version[128] = {};
@@ -410,10 +403,7 @@ TEST_F(DeviceLayer, TheFirstRenderDescribesTheDeviceAndTheSystem) {
   status.SetText(GPUStatusInfo::kNoticeInstruction, "instruction");
   ASSERT_EQ(Initialize(), PF_Err_NONE);
   DeviceImage& image = Image(16, 16, 0.0f);
-  KernelData data{};
-  ASSERT_EQ(Render(image, image, image, image, data,
-                   ResizeKernelSizes{image.pitch, image.pitch, 0, 16, 16, 16, 16, 0, 0}, 16, 16),
-            PF_Err_NONE);
+  ASSERT_EQ(Render(image, image, image, image, 16, 16), PF_Err_NONE);
 
   char name[256] = {};
   clGetDeviceInfo(static_cast<cl_device_id>(info_.devicePV), CL_DEVICE_NAME, sizeof(name) - 1, name, nullptr);
@@ -436,9 +426,7 @@ TEST_F(DeviceLayer, TheFirstRenderDescribesTheDeviceAndTheSystem) {
 
   // Described once: a second render adds no lines.
   const size_t lines = log_.Lines().size();
-  ASSERT_EQ(Render(image, image, image, image, data,
-                   ResizeKernelSizes{image.pitch, image.pitch, 0, 16, 16, 16, 16, 0, 0}, 16, 16),
-            PF_Err_NONE);
+  ASSERT_EQ(Render(image, image, image, image, 16, 16), PF_Err_NONE);
   EXPECT_EQ(log_.Lines().size(), lines);
 }
 
