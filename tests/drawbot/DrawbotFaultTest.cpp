@@ -15,12 +15,9 @@ TEST_F(DrawbotFaultTest, CountsEveryCallByFunction) {
   DrawbotCanvas canvas(10, 10);
   Open(canvas);                              // GetSupplier, GetSurface
   ASSERT_EQ(FillRect({0, 0, 5, 5}, {1, 1, 1, 1}), kSPNoError);  // NewBrush, NewPath, AddRect, FillPath, 2x ReleaseObject
-  EXPECT_EQ(DrawbotCallCount("GetSupplier"), 1u);
-  EXPECT_EQ(DrawbotCallCount("GetSurface"), 1u);
-  EXPECT_EQ(DrawbotCallCount("NewBrush"), 1u);
-  EXPECT_EQ(DrawbotCallCount("NewPath"), 1u);
-  EXPECT_EQ(DrawbotCallCount("AddRect"), 1u);
-  EXPECT_EQ(DrawbotCallCount("FillPath"), 1u);
+  for (const char* once : {"GetSupplier", "GetSurface", "NewBrush", "NewPath", "AddRect", "FillPath"}) {
+    EXPECT_EQ(DrawbotCallCount(once), 1u) << once;
+  }
   EXPECT_EQ(DrawbotCallCount("ReleaseObject"), 2u);
   EXPECT_EQ(DrawbotCallCount("DrawString"), 0u);
   EXPECT_EQ(DrawbotTotalCallCount(), 8u);

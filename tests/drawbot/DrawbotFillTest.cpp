@@ -46,15 +46,8 @@ TEST_F(DrawbotFillTest, FillRulesDifferOnOverlap) {
   for (DRAWBOT_FillType fill : {kDRAWBOT_FillType_EvenOdd, kDRAWBOT_FillType_Winding}) {
     DrawbotCanvas canvas(20, 4);
     Open(canvas);
-    DRAWBOT_BrushRef brush = NewBrush(kRed);
-    Held brush_hold(brush);
-    DRAWBOT_PathRef path = nullptr;
-    ASSERT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &path), kSPNoError);
-    Held path_hold(path);
-    const DRAWBOT_RectF32 a{0, 0, 10, 4}, b{5, 0, 10, 4};
-    suites_.path_suiteP->AddRect(path, &a);
-    suites_.path_suiteP->AddRect(path, &b);
-    ASSERT_EQ(suites_.surface_suiteP->FillPath(surface_, brush, path, fill), kSPNoError);
+    ASSERT_EQ(suites_.surface_suiteP->FillPath(surface_, NewBrush(kRed), NewPath({{0, 0, 10, 4}, {5, 0, 10, 4}}), fill),
+              kSPNoError);
     EXPECT_EQ(canvas.Pixel(2, 2), kRedPixel);
     EXPECT_EQ(canvas.Pixel(12, 2), kRedPixel);
     EXPECT_EQ(canvas.Pixel(7, 2).a, fill == kDRAWBOT_FillType_Winding ? 255 : 0) << "fill type " << fill;
@@ -83,11 +76,7 @@ TEST_F(DrawbotFillTest, FractionalEdgesFollowAntiAliasPolicy) {
 TEST_F(DrawbotFillTest, ClipAndTransformLastUntilPop) {
   DrawbotCanvas canvas(30, 30, kPanel);
   Open(canvas);
-  DRAWBOT_PathRef clip = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &clip), kSPNoError);
-  Held clip_hold(clip);
-  const DRAWBOT_RectF32 clip_rect{10, 10, 5, 5};
-  suites_.path_suiteP->AddRect(clip, &clip_rect);
+  const auto clip = NewPath({{10, 10, 5, 5}});
 
   ASSERT_EQ(suites_.surface_suiteP->PushStateStack(surface_), kSPNoError);
   ASSERT_EQ(suites_.surface_suiteP->Clip(surface_, supplier_, clip, kDRAWBOT_FillType_Winding), kSPNoError);
@@ -123,12 +112,7 @@ TEST_F(DrawbotFillTest, StrokesOutlineAndArcsFillDiscs) {
   DRAWBOT_PenRef pen = nullptr;
   ASSERT_EQ(suites_.supplier_suiteP->NewPen(supplier_, &kRed, 2.0f, &pen), kSPNoError);
   Held pen_hold(pen);
-  DRAWBOT_PathRef square = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &square), kSPNoError);
-  Held square_hold(square);
-  const DRAWBOT_RectF32 r{5, 5, 10, 10};
-  suites_.path_suiteP->AddRect(square, &r);
-  ASSERT_EQ(suites_.surface_suiteP->StrokePath(surface_, pen, square), kSPNoError);
+  ASSERT_EQ(suites_.surface_suiteP->StrokePath(surface_, pen, NewPath({{5, 5, 10, 10}})), kSPNoError);
   EXPECT_EQ(canvas.Pixel(10, 4), kRedPixel);  // the 2-wide line straddles y = 5
   EXPECT_EQ(canvas.Pixel(10, 5), kRedPixel);
   EXPECT_EQ(canvas.Pixel(10, 10).a, 0);       // interior untouched
@@ -137,15 +121,12 @@ TEST_F(DrawbotFillTest, StrokesOutlineAndArcsFillDiscs) {
   EXPECT_GT(canvas.Pixel(15, 15).a, 100);
   EXPECT_LT(canvas.Pixel(15, 15).a, 255);
 
-  DRAWBOT_PathRef disc = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &disc), kSPNoError);
-  Held disc_hold(disc);
+  const auto disc = NewPath();
   const DRAWBOT_PointF32 centre{30, 30};
   ASSERT_EQ(suites_.path_suiteP->AddArc(disc, &centre, 6.0f, 0.0f, 360.0f), kSPNoError);
   ASSERT_EQ(suites_.path_suiteP->Close(disc), kSPNoError);
-  DRAWBOT_BrushRef blue = NewBrush({0, 0, 1, 1});
-  Held blue_hold(blue);
-  ASSERT_EQ(suites_.surface_suiteP->FillPath(surface_, blue, disc, kDRAWBOT_FillType_Default), kSPNoError);
+  ASSERT_EQ(suites_.surface_suiteP->FillPath(surface_, NewBrush({0, 0, 1, 1}), disc, kDRAWBOT_FillType_Default),
+            kSPNoError);
   EXPECT_EQ(canvas.Pixel(30, 30), (DrawbotPixel{0, 0, 255, 255}));
   EXPECT_EQ(canvas.Pixel(24, 24).a, 0);  // inside the bounding box, outside the circle
   EXPECT_EQ(canvas.Pixel(34, 29).a, 255);
@@ -162,12 +143,9 @@ TEST_F(DrawbotFillTest, GeometryFarOffCanvasDrawsNothing) {
   ASSERT_EQ(suites_.surface_suiteP->Transform(surface_, &huge), kSPNoError);
   EXPECT_EQ(FillRect({1e10f, 1e10f, 1, 1}, kRed), kSPNoError);  // overflows to infinity
   const std::uint8_t pixel[4] = {0, 0, 255, 255};
-  DRAWBOT_ImageRef image = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewImageFromBuffer(supplier_, 1, 1, 4, kDRAWBOT_PixelLayout_32BGR, pixel, &image),
-            kSPNoError);
-  Held image_hold(image);
   const DRAWBOT_PointF32 far{-1e30f, 1e30f};
-  EXPECT_EQ(suites_.surface_suiteP->DrawImage(surface_, image, &far, 1.0f), kSPNoError);
+  EXPECT_EQ(suites_.surface_suiteP->DrawImage(surface_, NewImage(1, 1, 4, kDRAWBOT_PixelLayout_32BGR, pixel), &far, 1.0f),
+            kSPNoError);
   for (int y = 0; y < 8; ++y) {
     for (int x = 0; x < 8; ++x) ASSERT_EQ(canvas.Pixel(x, y), kPanelPixel) << x << "," << y;
   }
@@ -176,22 +154,20 @@ TEST_F(DrawbotFillTest, GeometryFarOffCanvasDrawsNothing) {
 TEST_F(DrawbotFillTest, RejectsBadArgumentsWithoutDrawing) {
   DrawbotCanvas canvas(8, 8, kPanel);
   Open(canvas);
-  DRAWBOT_BrushRef brush = NewBrush(kRed);
-  Held brush_hold(brush);
-  DRAWBOT_PathRef path = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &path), kSPNoError);
-  Held path_hold(path);
+  const auto brush = NewBrush(kRed);
   const DRAWBOT_RectF32 all{0, 0, 8, 8};
-  ASSERT_EQ(suites_.path_suiteP->AddRect(path, &all), kSPNoError);
+  const auto path = NewPath({all});
 
   EXPECT_EQ(suites_.surface_suiteP->FillPath(surface_, brush, path, 7), kDrawbotErrBadParameter);
-  EXPECT_EQ(suites_.surface_suiteP->FillPath(surface_, reinterpret_cast<DRAWBOT_BrushRef>(path),
-                                             reinterpret_cast<DRAWBOT_PathRef>(brush), kDRAWBOT_FillType_Winding),
+  EXPECT_EQ(suites_.surface_suiteP->FillPath(surface_, reinterpret_cast<DRAWBOT_BrushRef>(DRAWBOT_PathRef(path)),
+                                             reinterpret_cast<DRAWBOT_PathRef>(DRAWBOT_BrushRef(brush)),
+                                             kDRAWBOT_FillType_Winding),
             kDrawbotErrBadParameter);
   EXPECT_EQ(suites_.surface_suiteP->FillPath(reinterpret_cast<DRAWBOT_SurfaceRef>(supplier_), brush, path,
                                              kDRAWBOT_FillType_Winding),
             kDrawbotErrBadParameter);
-  EXPECT_EQ(suites_.path_suiteP->AddRect(reinterpret_cast<DRAWBOT_PathRef>(brush), &all), kDrawbotErrBadParameter);
+  EXPECT_EQ(suites_.path_suiteP->AddRect(reinterpret_cast<DRAWBOT_PathRef>(DRAWBOT_BrushRef(brush)), &all),
+            kDrawbotErrBadParameter);
   const DRAWBOT_RectF32 nan_rect{0, 0, std::numeric_limits<float>::quiet_NaN(), 1};
   EXPECT_EQ(suites_.path_suiteP->AddRect(path, &nan_rect), kDrawbotErrBadParameter);
   EXPECT_EQ(suites_.path_suiteP->AddRect(path, nullptr), kDrawbotErrBadParameter);

@@ -18,13 +18,10 @@ TEST_F(DrawbotImageTest, Bgr32IsPlacedAtOriginAndIgnoresFourthByte) {
   };
   DrawbotCanvas canvas(12, 10, {0.11f, 0.11f, 0.11f, 1.0f});
   Open(canvas);
-  DRAWBOT_ImageRef image = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewImageFromBuffer(supplier_, 3, 2, 3 * 4, kDRAWBOT_PixelLayout_32BGR, bgrx,
-                                                        &image),
-            kSPNoError);
-  Held image_hold(image);
   const DRAWBOT_PointF32 origin{4, 5};
-  ASSERT_EQ(suites_.surface_suiteP->DrawImage(surface_, image, &origin, 1.0f), kSPNoError);
+  ASSERT_EQ(suites_.surface_suiteP->DrawImage(surface_, NewImage(3, 2, 3 * 4, kDRAWBOT_PixelLayout_32BGR, bgrx), &origin,
+                                              1.0f),
+            kSPNoError);
 
   EXPECT_EQ(canvas.Pixel(4, 5), (DrawbotPixel{30, 20, 10, 255}));
   EXPECT_EQ(canvas.Pixel(6, 5), (DrawbotPixel{90, 80, 70, 255}));
@@ -57,12 +54,8 @@ TEST_F(DrawbotImageTest, EveryLayoutDecodesToTheSameColour) {
   for (const LayoutCase& c : cases) {
     DrawbotCanvas canvas(2, 2);
     Open(canvas);
-    DRAWBOT_ImageRef image = nullptr;
-    ASSERT_EQ(suites_.supplier_suiteP->NewImageFromBuffer(supplier_, 1, 1, static_cast<int>(c.bytes.size()), c.layout,
-                                                          c.bytes.data(), &image),
-              kSPNoError);
-    Held image_hold(image);
     const DRAWBOT_PointF32 origin{1, 1};
+    const auto image = NewImage(1, 1, static_cast<int>(c.bytes.size()), c.layout, c.bytes.data());
     ASSERT_EQ(suites_.surface_suiteP->DrawImage(surface_, image, &origin, 1.0f), kSPNoError);
     EXPECT_TRUE(PixelNear(canvas.Pixel(1, 1), c.expected, 2)) << "layout " << c.layout;
   }
@@ -73,10 +66,7 @@ TEST_F(DrawbotImageTest, RowPaddingOpacityAndScaleFactor) {
   const std::uint8_t rgb[16] = {255, 0, 0, 0, 255, 0, 0xEE, 0xEE, 0, 0, 255, 255, 255, 255, 0xEE, 0xEE};
   DrawbotCanvas canvas(10, 10, {1, 1, 1, 1});
   Open(canvas);
-  DRAWBOT_ImageRef image = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewImageFromBuffer(supplier_, 2, 2, 8, kDRAWBOT_PixelLayout_24RGB, rgb, &image),
-            kSPNoError);
-  Held image_hold(image);
+  const auto image = NewImage(2, 2, 8, kDRAWBOT_PixelLayout_24RGB, rgb);
   const DRAWBOT_PointF32 at_origin{0, 0};
   ASSERT_EQ(suites_.surface_suiteP->DrawImage(surface_, image, &at_origin, 0.5f), kSPNoError);
   EXPECT_TRUE(PixelNear(canvas.Pixel(0, 0), {255, 128, 128, 255}));

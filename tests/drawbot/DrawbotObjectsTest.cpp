@@ -41,17 +41,13 @@ TEST_F(DrawbotObjectsTest, EveryMadeObjectCountsUntilReleased) {
 TEST_F(DrawbotObjectsTest, RetainDefersDestructionAndDoubleReleaseIsRefused) {
   DrawbotCanvas canvas(4, 4);
   Open(canvas);
-  DRAWBOT_BrushRef brush = NewBrush({1, 0, 0, 1});
+  DRAWBOT_BrushRef brush = NewBrush({1, 0, 0, 1}).release();
   const auto object = reinterpret_cast<DRAWBOT_ObjectRef>(brush);
   ASSERT_EQ(suites_.supplier_suiteP->RetainObject(object), kSPNoError);
   ASSERT_EQ(suites_.supplier_suiteP->ReleaseObject(object), kSPNoError);
   // Still alive after one of two releases: usable for drawing.
   EXPECT_EQ(FillRect({0, 0, 1, 1}, {0, 0, 0, 0}), kSPNoError);
-  DRAWBOT_PathRef path = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &path), kSPNoError);
-  Held path_hold(path);
-  const DRAWBOT_RectF32 r{0, 0, 4, 4};
-  suites_.path_suiteP->AddRect(path, &r);
+  const auto path = NewPath({{0, 0, 4, 4}});
   EXPECT_EQ(suites_.surface_suiteP->FillPath(surface_, brush, path, kDRAWBOT_FillType_Winding), kSPNoError);
   EXPECT_EQ(canvas.Pixel(2, 2), (DrawbotPixel{255, 0, 0, 255}));
 

@@ -5,27 +5,30 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <optional>
 #include <string>
+#include <utility>
 
+#include "common/TestSupport.h"
 #include "host/drawbot/DrawbotCanvas.h"
 #include "host/drawbot/DrawbotSuites.h"
 
 namespace dshost::testing {
 
 // Releases a Drawbot object when it goes out of scope.
+template <class Ref>
 class Held {
  public:
-  Held() = default;
-  template <class Ref>
-  explicit Held(Ref ref) : ref_(reinterpret_cast<DRAWBOT_ObjectRef>(ref)) {}
+  explicit Held(Ref ref) : ref_(ref) {}
+  Held(Held&& other) noexcept : ref_(std::exchange(other.ref_, nullptr)) {}
   ~Held() {
-    if (ref_ != nullptr) DrawbotSupplierSuite()->ReleaseObject(ref_);
+    if (ref_ != nullptr) DrawbotSupplierSuite()->ReleaseObject(reinterpret_cast<DRAWBOT_ObjectRef>(ref_));
   }
-  Held(const Held&) = delete;
-  Held& operator=(const Held&) = delete;
+  operator Ref() const { return ref_; }
+  Ref release() { return std::exchange(ref_, nullptr); }
 
  private:
-  DRAWBOT_ObjectRef ref_ = nullptr;
+  Ref ref_;
 };
 
 class DrawbotTest : public ::testing::Test {
@@ -45,28 +48,39 @@ class DrawbotTest : public ::testing::Test {
     ASSERT_EQ(suites_.drawbot_suiteP->GetSurface(canvas.DrawRef(), &surface_), kSPNoError);
   }
 
-  DRAWBOT_BrushRef NewBrush(const DRAWBOT_ColorRGBA& color) {
+  Held<DRAWBOT_BrushRef> NewBrush(const DRAWBOT_ColorRGBA& color) {
     DRAWBOT_BrushRef brush = nullptr;
     EXPECT_EQ(suites_.supplier_suiteP->NewBrush(supplier_, &color, &brush), kSPNoError);
-    return brush;
+    return Held(brush);
   }
 
-  DRAWBOT_FontRef NewFont(float size) {
+  Held<DRAWBOT_FontRef> NewFont(float size) {
     DRAWBOT_FontRef font = nullptr;
     EXPECT_EQ(suites_.supplier_suiteP->NewDefaultFont(supplier_, size, &font), kSPNoError);
-    return font;
+    return Held(font);
+  }
+
+  Held<DRAWBOT_ImageRef> NewImage(int width, int height, int row_bytes, DRAWBOT_PixelLayout layout, const void* data) {
+    DRAWBOT_ImageRef image = nullptr;
+    EXPECT_EQ(suites_.supplier_suiteP->NewImageFromBuffer(supplier_, width, height, row_bytes, layout, data, &image),
+              kSPNoError);
+    return Held(image);
+  }
+
+  // A path of these rectangles.
+  Held<DRAWBOT_PathRef> NewPath(std::initializer_list<DRAWBOT_RectF32> rects = {}) {
+    DRAWBOT_PathRef path = nullptr;
+    EXPECT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &path), kSPNoError);
+    for (const DRAWBOT_RectF32& rect : rects) EXPECT_EQ(suites_.path_suiteP->AddRect(path, &rect), kSPNoError);
+    return Held(path);
   }
 
   // Fills a rectangle as the plug-in does for its background: a path with one
   // rectangle, filled with a brush.
   SPErr FillRect(const DRAWBOT_RectF32& rect, const DRAWBOT_ColorRGBA& color,
                  DRAWBOT_FillType fill = kDRAWBOT_FillType_Winding) {
-    DRAWBOT_BrushRef brush = NewBrush(color);
-    Held brush_hold(brush);
-    DRAWBOT_PathRef path = nullptr;
-    EXPECT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &path), kSPNoError);
-    Held path_hold(path);
-    EXPECT_EQ(suites_.path_suiteP->AddRect(path, &rect), kSPNoError);
+    const auto brush = NewBrush(color);
+    const auto path = NewPath({rect});
     return suites_.surface_suiteP->FillPath(surface_, brush, path, fill);
   }
 
@@ -82,46 +96,25 @@ class DrawbotTest : public ::testing::Test {
 class ScopedEnv {
  public:
   ScopedEnv(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) {
-      had_old_ = true;
-      old_ = old;
-    }
-    Set(value);
+    if (const char* old = std::getenv(name)) old_ = old;
+    testsupport::SetEnv(name, value);
   }
-  ~ScopedEnv() {
-    if (had_old_) {
-      Set(old_);
-    } else {
-#ifdef _WIN32
-      _putenv_s(name_.c_str(), "");
-#else
-      unsetenv(name_.c_str());
-#endif
-    }
-  }
+  ~ScopedEnv() { old_ ? testsupport::SetEnv(name_, *old_) : testsupport::UnsetEnv(name_); }
 
  private:
-  void Set(const std::string& value) {
-#ifdef _WIN32
-    _putenv_s(name_.c_str(), value.c_str());
-#else
-    setenv(name_.c_str(), value.c_str(), 1);
-#endif
-  }
-  std::string name_;
-  std::string old_;
-  bool had_old_ = false;
+  const char* name_;
+  std::optional<std::string> old_;
 };
 
 inline ::testing::AssertionResult PixelNear(const DrawbotPixel& actual, const DrawbotPixel& expected, int tolerance = 1) {
-  auto diff = [](int a, int b) { return a > b ? a - b : b - a; };
-  if (diff(actual.r, expected.r) <= tolerance && diff(actual.g, expected.g) <= tolerance &&
-      diff(actual.b, expected.b) <= tolerance && diff(actual.a, expected.a) <= tolerance) {
+  const auto str = [](const DrawbotPixel& p) {
+    return "(" + std::to_string(p.r) + "," + std::to_string(p.g) + "," + std::to_string(p.b) + "," + std::to_string(p.a) + ")";
+  };
+  const auto near = [&](int a, int b) { return std::abs(a - b) <= tolerance; };
+  if (near(actual.r, expected.r) && near(actual.g, expected.g) && near(actual.b, expected.b) && near(actual.a, expected.a)) {
     return ::testing::AssertionSuccess();
   }
-  return ::testing::AssertionFailure() << "pixel (" << int(actual.r) << "," << int(actual.g) << "," << int(actual.b)
-                                       << "," << int(actual.a) << ") expected (" << int(expected.r) << ","
-                                       << int(expected.g) << "," << int(expected.b) << "," << int(expected.a) << ")";
+  return ::testing::AssertionFailure() << "pixel " << str(actual) << " expected " << str(expected);
 }
 
 }  // namespace dshost::testing

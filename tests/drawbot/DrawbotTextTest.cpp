@@ -48,11 +48,7 @@ class DrawbotTextTest : public DrawbotTest {
               DRAWBOT_TextTruncation truncation = kDRAWBOT_TextTruncation_None, float truncation_width = 0.0f) {
     DrawbotCanvas canvas(240, 60);
     Open(canvas);
-    DRAWBOT_BrushRef brush = NewBrush({0.17f, 0.7f, 0.46f, 1.0f});
-    Held brush_hold(brush);
-    DRAWBOT_FontRef font = NewFont(size);
-    Held font_hold(font);
-    EXPECT_EQ(suites_.surface_suiteP->DrawString(surface_, brush, font,
+    EXPECT_EQ(suites_.surface_suiteP->DrawString(surface_, NewBrush({0.17f, 0.7f, 0.46f, 1.0f}), NewFont(size),
                                                  reinterpret_cast<const DRAWBOT_UTF16Char*>(text.c_str()), &origin,
                                                  align, truncation, truncation_width),
               kSPNoError);
@@ -129,13 +125,10 @@ TEST_F(DrawbotTest, UnreadableFontFailsDrawStringOnly) {
     DRAWBOT_Boolean supports = 1;
     ASSERT_EQ(suites_.supplier_suiteP->SupportsText(supplier_, &supports), kSPNoError);
     EXPECT_EQ(supports, 0);
-    DRAWBOT_FontRef font = NewFont(11.0f);
-    ASSERT_NE(font, nullptr);
-    Held font_hold(font);
-    DRAWBOT_BrushRef brush = NewBrush({1, 1, 1, 1});
-    Held brush_hold(brush);
+    const auto font = NewFont(11.0f);
+    ASSERT_NE(DRAWBOT_FontRef(font), nullptr);
     const DRAWBOT_PointF32 origin{2, 15};
-    EXPECT_EQ(suites_.surface_suiteP->DrawString(surface_, brush, font, reinterpret_cast<const DRAWBOT_UTF16Char*>(u"GPU:"),
+    EXPECT_EQ(suites_.surface_suiteP->DrawString(surface_, NewBrush({1, 1, 1, 1}), font, reinterpret_cast<const DRAWBOT_UTF16Char*>(u"GPU:"),
                                                  &origin, kDRAWBOT_TextAlignment_Left, kDRAWBOT_TextTruncation_None, 0),
               kDrawbotErrNoFont)
         << path;
