@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -13,18 +12,11 @@
 #include <string>
 #include <vector>
 
+#include "common/TestSupport.h"
 #include "host/media/MediaError.h"
 #include "host/media/MediaReader.h"
 #include "host/media/MediaWriter.h"
 #include "host/media/SyntheticClip.h"
-
-#if defined(_WIN32)
-#include <process.h>
-#define DS_TEST_PID _getpid()
-#else
-#include <unistd.h>
-#define DS_TEST_PID getpid()
-#endif
 
 #define DS_REQUIRE_FFMPEG()                                                      \
   do {                                                                           \
@@ -34,36 +26,23 @@
 namespace dshost::testing {
 
 // A fresh folder, removed with everything in it when the test ends.
-class ScratchDir {
+class ScratchDir : public testsupport::ScopedTempDir {
  public:
-  ScratchDir() {
-    static std::atomic<int> counter{0};
-    path_ = std::filesystem::temp_directory_path() /
-            ("driftsmear-media-" + std::to_string(DS_TEST_PID) + "-" + std::to_string(counter++));
-    std::filesystem::remove_all(path_);
-    std::filesystem::create_directories(path_);
-  }
-  ~ScratchDir() {
-    std::error_code ec;
-    std::filesystem::remove_all(path_, ec);
-  }
-  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
+  std::filesystem::path operator/(const std::string& name) const { return path() / name; }
 };
 
 inline SyntheticClipOptions smallClip(std::int64_t frames = 8, bool alpha = false, int width = 64, int height = 48) {
   return SyntheticClipOptions{width, height, frames, Rational{30, 1}, alpha};
 }
 
-// Writes every frame of a generated clip and finishes the file.
-inline void writeClip(const SyntheticClip& clip, const std::filesystem::path& output, WriterOptions options = {}) {
+// Writes every frame of a generated clip, finishes the file and returns the writer's warnings.
+inline std::vector<std::string> writeClip(const SyntheticClip& clip, const std::filesystem::path& output,
+                                          WriterOptions options = {}) {
   options.frameRate = clip.info().frameRate;
   MediaWriter writer(output, options);
   for (std::int64_t i = 0; i < clip.info().frameCount; ++i) writer.write(clip.frame(i));
   writer.finish();
+  return writer.warnings();
 }
 
 // Runs the action, expects a MediaError with the given code and returns its message.
@@ -76,6 +55,17 @@ inline std::string mediaErrorOf(MediaErrc expected, const std::function<void()>&
   }
   ADD_FAILURE() << "no MediaError";
   return {};
+}
+
+// Runs the action, expects a FrameDecodeError and returns its frame index and message.
+inline std::pair<std::int64_t, std::string> frameErrorOf(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const FrameDecodeError& e) {
+    return {e.frameIndex(), e.what()};
+  }
+  ADD_FAILURE() << "no FrameDecodeError";
+  return {-1, {}};
 }
 
 inline std::string readFileBytes(const std::filesystem::path& path) {

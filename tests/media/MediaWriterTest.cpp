@@ -157,13 +157,8 @@ TEST(MediaWriterFormats, OddSizesArePaddedForH264Only) {
   DS_REQUIRE_FFMPEG();
   ScratchDir dir;
   SyntheticClip clip(smallClip(2, true, 65, 49));
-  WriterOptions options;
-  options.frameRate = clip.info().frameRate;
-  MediaWriter writer(dir / "odd.mp4", options);
-  writer.write(clip.frame(0));
-  writer.finish();
-  ASSERT_EQ(writer.warnings().size(), 1u);
-  EXPECT_EQ(writer.warnings()[0], "H.264 needs even sizes: 65x49 is written as 66x50 with the edge repeated");
+  EXPECT_EQ(writeClip(clip, dir / "odd.mp4"),
+            std::vector<std::string>{"H.264 needs even sizes: 65x49 is written as 66x50 with the edge repeated"});
   EXPECT_EQ(MediaReader(dir / "odd.mp4").info().width, 66);
   EXPECT_EQ(MediaReader(dir / "odd.mp4").info().height, 50);
   for (const char* name : {"odd.mov", "odd.mkv"}) {
@@ -279,10 +274,7 @@ TEST(MediaWriterWithoutFfmpeg, PngSequencesHave8BitsAndVideoIsRefused) {
   if (mediaHasFfmpeg()) GTEST_SKIP() << "this build has FFmpeg";
   ScratchDir dir;
   SyntheticClip clip(smallClip(3, true));
-  MediaWriter writer(dir / "f_%02d.png", WriterOptions{});
-  for (int i = 0; i < 3; ++i) writer.write(clip.frame(i));
-  writer.finish();
-  EXPECT_EQ(writer.warnings(),
+  EXPECT_EQ(writeClip(clip, dir / "f_%02d.png"),
             std::vector<std::string>{"this build has no FFmpeg: PNG frames are written with 8 bits per channel"});
   const ImageDiff diff = compareImages(MediaReader(dir / "f_%02d.png").readFrame(2), clip.frame(2));
   EXPECT_LE(std::max(diff.maxColour, diff.maxAlpha), k8) << diff.describe();
