@@ -43,9 +43,7 @@ class KernelDataFillTest : public AfterEffectsTest {
 
   bool Unwritten(const void* field, size_t size) const {
     const auto* bytes = static_cast<const unsigned char*>(field);
-    for (size_t i = 0; i < size; ++i) {
-      if (bytes[i] != kUnwritten) return false;
-    }
+    for (size_t i = 0; i < size; ++i) if (bytes[i] != kUnwritten) return false;
     return true;
   }
 
@@ -91,9 +89,7 @@ TEST_F(KernelDataFillTest, FetchesByDiskIdInOrderAndChecksEveryParameterIn) {
   ASSERT_EQ(Fill(false), PF_Err_NONE);
   EXPECT_FALSE(data_.is_activated);
   std::vector<PF_ParamIndex> expected;
-  for (A_long id : {6, 7, 19, 20, 10, 11, 8, 9, 13, 12, 16, 17, 18, 3, 23, 22}) {
-    expected.push_back(Index(id));
-  }
+  for (A_long id : {6, 7, 19, 20, 10, 11, 8, 9, 13, 12, 16, 17, 18, 3, 23, 22}) expected.push_back(Index(id));
   EXPECT_EQ(store().CheckoutLog(), expected);
   EXPECT_EQ(store().OutstandingCheckouts(), 0);
 }

@@ -68,17 +68,6 @@ TEST_F(PresetTest, EveryRowLandsInItsDiskIdsAndThePopupReturnsToTheFirstItem) {
   EXPECT_EQ(store().LiveEffectRefs(), 0u);
 }
 
-TEST_F(PresetTest, StrongSetsTheValuesItPromises) {
-  ASSERT_EQ(Choose(5), PF_Err_NONE);
-  EXPECT_EQ(Value(6), 12.0);
-  EXPECT_EQ(Value(13), 15.0);
-  EXPECT_EQ(Value(16), 100.0);
-  EXPECT_EQ(Value(18), 100.0);
-  EXPECT_EQ(Value(19), 6.0);
-  EXPECT_EQ(Value(20), 30.0);
-  EXPECT_EQ(Value(23), 1.0);
-}
-
 TEST_F(PresetTest, PromptAndSeparatorChangeNothing) {
   for (A_long item : {1, 2}) {
     store().SetValueById(23, item);
@@ -138,46 +127,51 @@ TEST_F(PresetTest, HostFailuresComeBackAsErrors) {
   EXPECT_EQ(host().runtime().suites().Outstanding(), 0);
 }
 
-TEST(PresetSetter, ConvertsByHostType) {
-  std::array<PF_ParamDef, 25> defs{};
-  std::array<PF_ParamDef*, 25> params{};
-  for (size_t i = 0; i < defs.size(); ++i) params[i] = &defs[i];
-  PF_ParamDef& angle = defs[static_cast<size_t>(FindParamIndexByDiskID(17))];
-  PF_ParamDef& popup = defs[static_cast<size_t>(FindParamIndexByDiskID(23))];
-  PF_ParamDef& slider = defs[static_cast<size_t>(FindParamIndexByDiskID(6))];
-  angle.param_type = PF_Param_ANGLE;
-  popup.param_type = PF_Param_POPUP;
-  slider.param_type = PF_Param_FLOAT_SLIDER;
+// SetPresetParam on a bare parameter array, one definition per table position.
+class PresetSetter : public ::testing::Test {
+ protected:
+  PresetSetter() {
+    for (size_t i = 0; i < defs_.size(); ++i) params_[i] = &defs_[i];
+  }
+  PF_ParamDef& Def(A_long diskId, PF_ParamType type) {
+    PF_ParamDef& def = defs_[static_cast<size_t>(FindParamIndexByDiskID(diskId))];
+    def.param_type = type;
+    return def;
+  }
+  std::array<PF_ParamDef, 25> defs_{};
+  std::array<PF_ParamDef*, 25> params_{};
+};
+
+TEST_F(PresetSetter, ConvertsByHostType) {
+  PF_ParamDef& angle = Def(17, PF_Param_ANGLE);
+  PF_ParamDef& popup = Def(23, PF_Param_POPUP);
+  PF_ParamDef& slider = Def(6, PF_Param_FLOAT_SLIDER);
 
   // 16.16 fixed point, rounded half away from zero.
   const std::pair<float, PF_Fixed> angles[] = {
       {45.0f, 2949120}, {-0.5f, -32768}, {2.5f / 65536, 3}, {-2.5f / 65536, -3}, {1.4f / 65536, 1}};
   for (const auto& [degrees, fixed] : angles) {
     angle.uu.change_flags = 0;
-    ASSERT_EQ(SetPresetParam(params.data(), 17, degrees), PF_Err_NONE);
+    ASSERT_EQ(SetPresetParam(params_.data(), 17, degrees), PF_Err_NONE);
     EXPECT_EQ(angle.u.ad.value, fixed) << degrees;
     EXPECT_EQ(angle.uu.change_flags, PF_ChangeFlag_CHANGED_VALUE);
   }
-  ASSERT_EQ(SetPresetParam(params.data(), 23, 3.9f), PF_Err_NONE);
+  ASSERT_EQ(SetPresetParam(params_.data(), 23, 3.9f), PF_Err_NONE);
   EXPECT_EQ(popup.u.pd.value, 3);
-  ASSERT_EQ(SetPresetParam(params.data(), 6, 1.5f), PF_Err_NONE);
+  ASSERT_EQ(SetPresetParam(params_.data(), 6, 1.5f), PF_Err_NONE);
   EXPECT_EQ(slider.u.fs_d.value, 1.5);
   EXPECT_EQ(slider.uu.change_flags, PF_ChangeFlag_CHANGED_VALUE);
 }
 
-TEST(PresetSetter, RefusesOtherTypesAndMissingArrays) {
+TEST_F(PresetSetter, RefusesOtherTypesAndMissingArrays) {
   testsupport::ScopedTempDir temp;
   ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), "");
-  std::array<PF_ParamDef, 25> defs{};
-  std::array<PF_ParamDef*, 25> params{};
-  for (size_t i = 0; i < defs.size(); ++i) params[i] = &defs[i];
-  PF_ParamDef& premultiplied = defs[static_cast<size_t>(FindParamIndexByDiskID(22))];
-  premultiplied.param_type = PF_Param_CHECKBOX;
-  EXPECT_EQ(SetPresetParam(params.data(), 22, 1.0f), PF_Err_UNRECOGNIZED_PARAM_TYPE);
+  PF_ParamDef& premultiplied = Def(22, PF_Param_CHECKBOX);
+  EXPECT_EQ(SetPresetParam(params_.data(), 22, 1.0f), PF_Err_UNRECOGNIZED_PARAM_TYPE);
   EXPECT_EQ(premultiplied.uu.change_flags, 0);
   EXPECT_EQ(SetPresetParam(nullptr, 22, 1.0f), PF_Err_BAD_CALLBACK_PARAM);
-  params[static_cast<size_t>(FindParamIndexByDiskID(6))] = nullptr;
-  EXPECT_EQ(SetPresetParam(params.data(), 6, 1.0f), PF_Err_BAD_CALLBACK_PARAM);
+  params_[static_cast<size_t>(FindParamIndexByDiskID(6))] = nullptr;
+  EXPECT_EQ(SetPresetParam(params_.data(), 6, 1.0f), PF_Err_BAD_CALLBACK_PARAM);
 }
 
 // ---- The store button ---------------------------------------------------------------

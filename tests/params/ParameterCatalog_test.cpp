@@ -38,9 +38,7 @@ TEST_F(AfterEffectsTest, PopupItemsDecodeToTheCatalogNames) {
   const auto views = dshost::SplitPopupItems(store().ItemText(Index(3)));
   const auto& viewCatalog = dshost::DebugViewCatalog();
   ASSERT_EQ(views.size(), viewCatalog.size());
-  for (size_t i = 0; i < views.size(); ++i) {
-    EXPECT_EQ(views[i], viewCatalog[i].name);
-  }
+  for (size_t i = 0; i < views.size(); ++i) EXPECT_EQ(views[i], viewCatalog[i].name);
 }
 
 TEST(ParameterCatalog, KeysAreUniqueAndFindTheirDiskIds) {

@@ -21,9 +21,7 @@ class EffectFixture {
     ASSERT_EQ(host_.Call(PF_Cmd_PARAMS_SETUP), PF_Err_NONE);
   }
   void TearDownEffect() {
-    if (host_.global_data() != nullptr) {
-      host_.Call(PF_Cmd_GLOBAL_SETDOWN);
-    }
+    if (host_.global_data() != nullptr) host_.Call(PF_Cmd_GLOBAL_SETDOWN);
   }
 
   dshost::EffectHost& host() { return host_; }
