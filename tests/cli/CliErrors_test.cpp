@@ -29,9 +29,7 @@ struct ErrorCase {
 // The single error line on standard error.
 std::string ErrorLine(const RunResult& result) {
   const size_t at = result.err.find("driftsmear: error: ");
-  if (at == std::string::npos) {
-    return {};
-  }
+  if (at == std::string::npos) return {};
   return result.err.substr(at, result.err.find('\n', at) - at);
 }
 
@@ -40,10 +38,7 @@ std::string ErrorLine(const RunResult& result) {
 TEST(CliErrors, EachMistakeHasItsMessageAndExitCodeAndWritesNothing) {
   Scratch dir;
   const fs::path input = MakeClipSequence(dir.path(), 3);
-  {
-    std::ofstream junk(dir / "junk.png", std::ios::binary);
-    junk << "not a picture";
-  }
+  std::ofstream(dir / "junk.png", std::ios::binary) << "not a picture";
   const std::string output = LosslessOutput(dir.path(), "out").string();
   const std::vector<std::string> before = dir.Listing();
   const ErrorCase cases[] = {
@@ -79,9 +74,7 @@ TEST(CliErrors, EachMistakeHasItsMessageAndExitCodeAndWritesNothing) {
   std::string noDevice;
   const bool haveDevice = HaveDevice(&noDevice);
   for (const ErrorCase& c : cases) {
-    if (c.needsDevice && !haveDevice) {
-      continue;
-    }
+    if (c.needsDevice && !haveDevice) continue;
     const RunResult result = RunCli(c.args);
     EXPECT_EQ(result.exitCode, c.exitCode) << c.name << "\n" << result.Describe();
     const std::string line = ErrorLine(result);
@@ -122,16 +115,7 @@ TEST(CliErrors, DamagedFramePartWayKeepsTheFramesBeforeIt) {
   Scratch dir;
   const fs::path input = MakeClipSequence(dir.path());
   // Frame 7 cut in half.
-  const fs::path damaged = dir / "in_07.png";
-  std::string bytes;
-  {
-    std::ifstream in(damaged, std::ios::binary);
-    bytes.assign(std::istreambuf_iterator<char>(in), {});
-  }
-  {
-    std::ofstream out(damaged, std::ios::binary | std::ios::trunc);
-    out << bytes.substr(0, bytes.size() / 2);
-  }
+  fs::resize_file(dir / "in_07.png", fs::file_size(dir / "in_07.png") / 2);
   fs::create_directories(dir / "out");
   const fs::path output = LosslessOutput(dir / "out", "out");
   const RunResult result = RunCli({"render", input.string(), "-o", output.string(), "--set", "frames=3", "--quiet"});
@@ -164,9 +148,7 @@ TEST(CliErrors, InterruptLeavesAPlayableFileWithTheFramesDone) {
     for (int i = 0; i < kFrames; ++i) {
       dshost::ImageF frame = dshost::makeImage(320, 240, 0.3f, 0.4f, 0.5f, 1.0f);
       for (int y = 100; y < 140; ++y) {
-        for (int x = 4 * i; x < 4 * i + 40; ++x) {
-          frame.pixel(x, y)[1] = 1.0f;
-        }
+        for (int x = 4 * i; x < 4 * i + 40; ++x) frame.pixel(x, y)[1] = 1.0f;
       }
       writer.write(frame);
     }

@@ -41,9 +41,7 @@ std::string Quote(const std::string& text) {
   return "\"" + text + "\"";
 #else
   std::string quoted = "'";
-  for (const char c : text) {
-    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  }
+  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return quoted + "'";
 #endif
 }
@@ -67,12 +65,8 @@ int System(const std::string& command) {
   return _wsystem(wide.c_str());
 #else
   const int status = std::system(command.c_str());
-  if (status == -1) {
-    return -1;
-  }
-  if (WIFEXITED(status)) {
-    return WEXITSTATUS(status);
-  }
+  if (status == -1) return -1;
+  if (WIFEXITED(status)) return WEXITSTATUS(status);
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : -1;
 #endif
 }
@@ -104,9 +98,7 @@ RunResult RunCli(const std::vector<std::string>& args, const std::map<std::strin
   const fs::path outFile = RunFolder() / ("out" + std::to_string(run) + ".txt");
   const fs::path errFile = RunFolder() / ("err" + std::to_string(run) + ".txt");
   std::string command = Quote(DRIFTSMEAR_CLI_PATH);
-  for (const std::string& arg : args) {
-    command += " " + Quote(arg);
-  }
+  for (const std::string& arg : args) command += " " + Quote(arg);
   command += " <" + Quote(
 #ifdef _WIN32
                         "NUL"
@@ -166,9 +158,7 @@ dshost::ImageF ClipFrame(int index) {
   for (int y = 0; y < kClipHeight; ++y) {
     for (int x = 0; x < kStillWidth; ++x) {
       float* p = frame.pixel(x, y);
-      for (int c = 0; c < 3; ++c) {
-        p[c] = Texture(x, y, c);
-      }
+      for (int c = 0; c < 3; ++c) p[c] = Texture(x, y, c);
     }
   }
   // A 10x10 checkered square, 2 pixels further right each frame.
@@ -203,9 +193,7 @@ std::optional<fs::path> MakeClipWithAudio(const fs::path& folder, std::string* r
   options.alpha = false;
   options.audioFrom = tone;
   dshost::MediaWriter writer(clip, options);
-  for (int i = 0; i < kClipFrames; ++i) {
-    writer.write(ClipFrame(i));
-  }
+  for (int i = 0; i < kClipFrames; ++i) writer.write(ClipFrame(i));
   writer.finish();
   fs::remove(tone);
   return clip;
@@ -216,9 +204,7 @@ fs::path MakeClipSequence(const fs::path& folder, int frames) {
   dshost::WriterOptions options;
   options.alpha = false;
   dshost::MediaWriter writer(pattern, options);
-  for (int i = 0; i < frames; ++i) {
-    writer.write(ClipFrame(i));
-  }
+  for (int i = 0; i < frames; ++i) writer.write(ClipFrame(i));
   writer.finish();
   return pattern;
 }
@@ -230,9 +216,7 @@ fs::path LosslessOutput(const fs::path& folder, const std::string& stem) {
 std::vector<dshost::ImageF> ReadAll(const fs::path& input) {
   dshost::MediaReader reader(input);
   std::vector<dshost::ImageF> frames;
-  for (int64_t i = 0; i < reader.info().frameCount; ++i) {
-    frames.push_back(reader.readFrame(i));
-  }
+  for (int64_t i = 0; i < reader.info().frameCount; ++i) frames.push_back(reader.readFrame(i));
   return frames;
 }
 
@@ -242,9 +226,7 @@ float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b, int x0, in
   float worst = 0.0f;
   for (int y = y0; y < y1; ++y) {
     for (int x = x0; x < x1; ++x) {
-      for (int c = 0; c < 4; ++c) {
-        worst = std::max(worst, std::fabs(a.pixel(x, y)[c] - b.pixel(x, y)[c]));
-      }
+      for (int c = 0; c < 4; ++c) worst = std::max(worst, std::fabs(a.pixel(x, y)[c] - b.pixel(x, y)[c]));
     }
   }
   return worst;
@@ -255,9 +237,7 @@ int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, float tole
   for (int y = 0; y < std::min(a.height, b.height); ++y) {
     for (int x = 0; x < std::min(a.width, b.width); ++x) {
       bool differs = false;
-      for (int c = 0; c < 4; ++c) {
-        differs = differs || std::fabs(a.pixel(x, y)[c] - b.pixel(x, y)[c]) > tolerance;
-      }
+      for (int c = 0; c < 4; ++c) differs = differs || std::fabs(a.pixel(x, y)[c] - b.pixel(x, y)[c]) > tolerance;
       count += differs ? 1 : 0;
     }
   }
@@ -266,13 +246,9 @@ int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, float tole
 
 int64_t StatValue(const std::string& output, const std::string& key) {
   const size_t line = output.find("stats:");
-  if (line == std::string::npos) {
-    return -1;
-  }
+  if (line == std::string::npos) return -1;
   const size_t at = output.find(" " + key + "=", line);
-  if (at == std::string::npos) {
-    return -1;
-  }
+  if (at == std::string::npos) return -1;
   return std::atoll(output.c_str() + at + key.size() + 2);
 }
 

@@ -75,9 +75,7 @@ TEST_F(HostAgreement, WithSixtyFourBitAnglesTheOffsetReachesTheKernelsInDegrees)
   // The motion angle, read as the first four bytes of a 64-bit value, is 0
   // for any whole number of degrees: both hosts use 0 here.
   premiere_->premiere().SetAngleParamType(kPrParamType_Float64);
-  for (Session* session : {afterEffects_.get(), premiere_.get()}) {
-    (**session).SetParameter(kDiskMotionAngle, 0);
-  }
+  for (Session* session : {afterEffects_.get(), premiere_.get()}) (**session).SetParameter(kDiskMotionAngle, 0);
   EXPECT_LE(MaxDifference(Premiere(0.0), AfterEffects(0.0)), 1e-4f);
 
   // Premiere's 1 degree reaches the kernels as 1.0, as After Effects passes
@@ -90,9 +88,7 @@ TEST_F(HostAgreement, WithSixtyFourBitAnglesTheOffsetReachesTheKernelsInDegrees)
 TEST(HostAgreementOnCuda, PremiereOnCudaMatchesOpenCL) {
   std::string reason;
   const dshost::GpuDeviceDesc* cuda = dshost::FirstGpuDevice(dshost::GpuApi::Cuda, &reason);
-  if (cuda == nullptr) {
-    GTEST_SKIP() << "no NVIDIA GPU with CUDA, the CUDA variant cannot run: " << reason;
-  }
+  if (cuda == nullptr) GTEST_SKIP() << "no NVIDIA GPU with CUDA, the CUDA variant cannot run: " << reason;
   SKIP_WITHOUT_OPENCL();
   const InMemoryClip clip = MovingClip(96, 64, 12);
   testsupport::ScopedTempDir temp;

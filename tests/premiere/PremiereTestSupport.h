@@ -82,9 +82,7 @@ inline dshost::ImageF SceneFrame(int index, int sceneWidth, int sceneHeight, int
     for (int x = 0; x < frameWidth; ++x) {
       const int sx = x + offsetX;
       const int sy = y + offsetY;
-      if (sx < 0 || sy < 0 || sx >= sceneWidth || sy >= sceneHeight) {
-        continue;
-      }
+      if (sx < 0 || sy < 0 || sx >= sceneWidth || sy >= sceneHeight) continue;
       float* pixel = image.pixel(x, y);
       const bool inSquare = sx >= squareX && sx < squareX + 16 && sy >= squareY && sy < squareY + 16;
       const float wave = 0.5f + 0.5f * std::sin(0.4f * static_cast<float>(sx - 3 * index) + 0.25f * static_cast<float>(sy));
@@ -100,24 +98,18 @@ inline dshost::ImageF SceneFrame(int index, int sceneWidth, int sceneHeight, int
 // A clip of `frames` scene frames of the clip's size (25 frames per second).
 inline dshost::InMemoryClip MovingClip(int width, int height, int frames) {
   dshost::InMemoryClip clip(width, height, 1, 25);
-  for (int i = 0; i < frames; ++i) {
-    clip.AddFrame(SceneFrame(i, width, height, width, height));
-  }
+  for (int i = 0; i < frames; ++i) clip.AddFrame(SceneFrame(i, width, height, width, height));
   return clip;
 }
 
 // The largest absolute difference over every channel of two images of one
 // size (infinity when the sizes differ or a value is not finite).
 inline float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b) {
-  if (a.width != b.width || a.height != b.height || a.bgra.size() != b.bgra.size()) {
-    return INFINITY;
-  }
+  if (a.width != b.width || a.height != b.height || a.bgra.size() != b.bgra.size()) return INFINITY;
   float worst = 0.0f;
   for (size_t i = 0; i < a.bgra.size(); ++i) {
     const float d = std::fabs(a.bgra[i] - b.bgra[i]);
-    if (!std::isfinite(d)) {
-      return INFINITY;
-    }
+    if (!std::isfinite(d)) return INFINITY;
     worst = std::fmax(worst, d);
   }
   return worst;
@@ -129,9 +121,7 @@ inline int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, flo
   int count = 0;
   for (size_t i = 0; i + 3 < a.bgra.size() && a.bgra.size() == b.bgra.size(); i += 4) {
     bool differs = false;
-    for (size_t c = 0; c < 4; ++c) {
-      differs = differs || !(std::fabs(a.bgra[i + c] - b.bgra[i + c]) <= tolerance);
-    }
+    for (size_t c = 0; c < 4; ++c) differs = differs || !(std::fabs(a.bgra[i + c] - b.bgra[i + c]) <= tolerance);
     count += differs ? 1 : 0;
   }
   return count;
@@ -142,9 +132,7 @@ inline int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, flo
 // misread rows do not.
 inline bool AllInUnitRange(const dshost::ImageF& image) {
   for (float value : image.bgra) {
-    if (!(value >= 0.0f && value <= 1.0f)) {
-      return false;
-    }
+    if (!(value >= 0.0f && value <= 1.0f)) return false;
   }
   return true;
 }
