@@ -33,6 +33,14 @@ void ExpectStillKeptAndMotionSmeared(const std::vector<dshost::ImageF>& input,
   EXPECT_GT(moving, kVisibleSmear) << "the moving square leaves no trail";
 }
 
+// The output has the clip's frame count, size and rate.
+void ExpectClipShape(const dshost::MediaInfo& info) {
+  EXPECT_EQ(info.frameCount, kClipFrames);
+  EXPECT_EQ(info.width, kClipWidth);
+  EXPECT_EQ(info.height, kClipHeight);
+  EXPECT_EQ(info.frameRate, (dshost::Rational{12, 1}));
+}
+
 }  // namespace
 
 TEST(CliRender, MatroskaKeepsFramesRateAudioAndStillPartsBothHosts) {
@@ -48,10 +56,7 @@ TEST(CliRender, MatroskaKeepsFramesRateAudioAndStillPartsBothHosts) {
   ASSERT_EQ(ae.exitCode, 0) << ae.Describe();
   EXPECT_EQ(ae.err, "") << "--quiet prints nothing but errors";
   const dshost::MediaInfo info = InfoOf(dir / "ae.mkv");
-  EXPECT_EQ(info.frameCount, kClipFrames);
-  EXPECT_EQ(info.width, kClipWidth);
-  EXPECT_EQ(info.height, kClipHeight);
-  EXPECT_EQ(info.frameRate, (dshost::Rational{12, 1}));
+  ExpectClipShape(info);
   EXPECT_TRUE(info.hasAudio);
   EXPECT_EQ(info.audioCodecName, "aac");
   const std::vector<dshost::ImageF> rendered = ReadAll(dir / "ae.mkv");
@@ -81,10 +86,7 @@ TEST(CliRender, Mp4KeepsShapeRateAndAudioAndIsNeverOverwrittenWithoutYes) {
                                                               << first.err;
   EXPECT_EQ(first.err.find('\r'), std::string::npos) << "no in-place progress line when not on a terminal";
   const dshost::MediaInfo info = InfoOf(output);
-  EXPECT_EQ(info.frameCount, kClipFrames);
-  EXPECT_EQ(info.width, kClipWidth);
-  EXPECT_EQ(info.height, kClipHeight);
-  EXPECT_EQ(info.frameRate, (dshost::Rational{12, 1}));
+  ExpectClipShape(info);
   EXPECT_EQ(info.codecName, "h264");
   EXPECT_EQ(info.audioCodecName, "aac");
   const auto size = fs::file_size(output);
