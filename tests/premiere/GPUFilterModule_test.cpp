@@ -41,12 +41,6 @@ TEST(GPUFilterRecords, AreBytePacked) {
 
 class FilterEntry : public ::testing::Test {
  protected:
-  // Starts the module's one filter.
-  void Startup(PrGPUFilter& filter, PrGPUFilterInfo& info) {
-    csSDK_int32 index = 0;
-    ASSERT_EQ(entry_(PrSDKGPUFilterInterfaceVersion, &index, kPrTrue, nullptr, &filter, &info), suiteError_NoError);
-  }
-
   PluginModule module_{DRIFTSMEAR_MODULE_PATH};
   PrGPUFilterEntry entry_ =
       reinterpret_cast<PrGPUFilterEntry>(module_.Symbol(PrGPUFilterEntryPointName));
@@ -78,9 +72,10 @@ TEST_F(FilterEntry, StartupHandsOverOneFilter) {
 
 TEST_F(FilterEntry, CallsWithoutAnInstanceAreRefused) {
   ASSERT_NE(entry_, nullptr);
+  csSDK_int32 index = 0;
   PrGPUFilter filter{};
   PrGPUFilterInfo info{};
-  ASSERT_NO_FATAL_FAILURE(Startup(filter, info));
+  ASSERT_EQ(entry_(PrSDKGPUFilterInterfaceVersion, &index, kPrTrue, nullptr, &filter, &info), suiteError_NoError);
 
   // No suites to reach the host through: the instance is refused.
   PrGPUFilterInstance instance{};
