@@ -28,6 +28,7 @@
 #include <iostream>
 #include <limits>
 #include <random>
+#include <utility>
 
 #include "KernelTestSupport.h"
 
@@ -203,26 +204,23 @@ void ExpectResizeAgreement(KernelBackend& reference, KernelBackend& candidate) {
   }
 }
 
-TEST(BackendAgreement, OpenCLMatchesTheCppBuild) {
-  DRIFTSMEAR_REQUIRE_BACKEND(reference, Backend::Cpu);
-  DRIFTSMEAR_REQUIRE_BACKEND(opencl, Backend::OpenCL);
-  ExpectMainKernelAgreement(*reference, *opencl);
-  ExpectResizeAgreement(*reference, *opencl);
+// Each GPU back end against the C++ build, and CUDA against OpenCL.
+class BackendAgreement : public ::testing::TestWithParam<std::pair<Backend, Backend>> {};
+
+TEST_P(BackendAgreement, MainAndResizeKernelsAgree) {
+  DRIFTSMEAR_REQUIRE_BACKEND(reference, GetParam().first);
+  DRIFTSMEAR_REQUIRE_BACKEND(candidate, GetParam().second);
+  ExpectMainKernelAgreement(*reference, *candidate);
+  ExpectResizeAgreement(*reference, *candidate);
 }
 
-TEST(BackendAgreement, CudaMatchesTheCppBuild) {
-  DRIFTSMEAR_REQUIRE_BACKEND(reference, Backend::Cpu);
-  DRIFTSMEAR_REQUIRE_BACKEND(cuda, Backend::Cuda);
-  ExpectMainKernelAgreement(*reference, *cuda);
-  ExpectResizeAgreement(*reference, *cuda);
-}
-
-TEST(BackendAgreement, CudaMatchesOpenCL) {
-  DRIFTSMEAR_REQUIRE_BACKEND(opencl, Backend::OpenCL);
-  DRIFTSMEAR_REQUIRE_BACKEND(cuda, Backend::Cuda);
-  ExpectMainKernelAgreement(*opencl, *cuda);
-  ExpectResizeAgreement(*opencl, *cuda);
-}
+INSTANTIATE_TEST_SUITE_P(Pairs, BackendAgreement,
+                         ::testing::Values(std::pair{Backend::Cpu, Backend::OpenCL}, std::pair{Backend::Cpu, Backend::Cuda},
+                                           std::pair{Backend::OpenCL, Backend::Cuda}),
+                         [](const auto& info) {
+                           return BackendName(info.param.second) + "MatchesThe" +
+                                  (info.param.first == Backend::Cpu ? std::string("CppBuild") : "OpenCL");
+                         });
 
 }  // namespace
 }  // namespace driftsmear::testing
