@@ -59,4 +59,6 @@ export POCL_MAX_PTHREAD_COUNT=1
 
 # Every test has its own timeout (tests/CMakeLists.txt); --timeout covers any
 # test that does not.
-ctest --test-dir "$build" --output-on-failure -j "$jobs" --timeout 600
+# A test whose process Wine fails to start (it ends at once with no output)
+# gets one more run; a test that fails for real fails both.
+ctest --test-dir "$build" --output-on-failure -j "$jobs" --timeout 600 --repeat until-pass:2
