@@ -6,35 +6,15 @@
 #include "AE_EffectGPUSuites.h"
 #include "host/HostRuntime.h"
 #include "host/gpu/GpuHost.h"
+#include "host/suites/GpuSuiteCall.h"
 #include "host/suites/Suites.h"
 
 namespace dshost {
 
 namespace {
 
-// The current host's GPU side after the call point's fault check; null (with
-// *err set) when the call must fail. Exceptions stop at the suite boundary.
-template <typename Body>
-PF_Err Serve(const char* call, Body body) {
-  try {
-    HostRuntime* runtime = HostRuntime::Current();
-    GpuHost* gpu = GpuHost::Current();
-    if (runtime == nullptr || gpu == nullptr) {
-      return PF_Err_BAD_CALLBACK_PARAM;
-    }
-    if (const int32_t code = runtime->faults().Hit(call)) {
-      return code;
-    }
-    return body(*gpu);
-  } catch (const std::bad_alloc&) {
-    return PF_Err_OUT_OF_MEMORY;
-  } catch (...) {
-    return PF_Err_INTERNAL_STRUCT_DAMAGED;
-  }
-}
-
 PF_Err GetDeviceCount(PF_ProgPtr /*effect_ref*/, A_u_long* device_countP) {
-  return Serve("PF GPU Device Suite.GetDeviceCount", [&](GpuHost&) {
+  return ServeGpuCall("PF GPU Device Suite.GetDeviceCount", [&](GpuHost&) {
     if (device_countP == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
     }
@@ -44,7 +24,7 @@ PF_Err GetDeviceCount(PF_ProgPtr /*effect_ref*/, A_u_long* device_countP) {
 }
 
 PF_Err GetDeviceInfo(PF_ProgPtr /*effect_ref*/, A_u_long device_index, PF_GPUDeviceInfo* device_infoP) {
-  return Serve("PF GPU Device Suite.GetDeviceInfo", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.GetDeviceInfo", [&](GpuHost& gpu) {
     GpuDevice* device = gpu.DeviceOrOpen(device_index);
     if (device == nullptr || device_infoP == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
@@ -55,19 +35,19 @@ PF_Err GetDeviceInfo(PF_ProgPtr /*effect_ref*/, A_u_long device_index, PF_GPUDev
 }
 
 PF_Err AcquireExclusiveDeviceAccess(PF_ProgPtr /*effect_ref*/, A_u_long device_index) {
-  return Serve("PF GPU Device Suite.AcquireExclusiveDeviceAccess", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.AcquireExclusiveDeviceAccess", [&](GpuHost& gpu) {
     return gpu.Device(device_index) != nullptr ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
   });
 }
 
 PF_Err ReleaseExclusiveDeviceAccess(PF_ProgPtr /*effect_ref*/, A_u_long device_index) {
-  return Serve("PF GPU Device Suite.ReleaseExclusiveDeviceAccess", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.ReleaseExclusiveDeviceAccess", [&](GpuHost& gpu) {
     return gpu.Device(device_index) != nullptr ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
   });
 }
 
 PF_Err AllocateDeviceMemory(PF_ProgPtr /*effect_ref*/, A_u_long device_index, size_t size_bytes, void** memoryPP) {
-  return Serve("PF GPU Device Suite.AllocateDeviceMemory", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.AllocateDeviceMemory", [&](GpuHost& gpu) {
     if (memoryPP == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
     }
@@ -77,14 +57,14 @@ PF_Err AllocateDeviceMemory(PF_ProgPtr /*effect_ref*/, A_u_long device_index, si
 }
 
 PF_Err FreeDeviceMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, void* memoryP) {
-  return Serve("PF GPU Device Suite.FreeDeviceMemory", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.FreeDeviceMemory", [&](GpuHost& gpu) {
     return gpu.FreeDeviceMemory(memoryP) ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
   });
 }
 
 PF_Err PurgeDeviceMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, size_t /*size_bytes*/,
                          size_t* bytes_purgedP0) {
-  return Serve("PF GPU Device Suite.PurgeDeviceMemory", [&](GpuHost&) {
+  return ServeGpuCall("PF GPU Device Suite.PurgeDeviceMemory", [&](GpuHost&) {
     if (bytes_purgedP0 != nullptr) {
       *bytes_purgedP0 = 0;
     }
@@ -93,7 +73,7 @@ PF_Err PurgeDeviceMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, s
 }
 
 PF_Err AllocateHostMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, size_t size_bytes, void** memoryPP) {
-  return Serve("PF GPU Device Suite.AllocateHostMemory", [&](GpuHost&) {
+  return ServeGpuCall("PF GPU Device Suite.AllocateHostMemory", [&](GpuHost&) {
     if (memoryPP == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
     }
@@ -103,7 +83,7 @@ PF_Err AllocateHostMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, 
 }
 
 PF_Err FreeHostMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, void* memoryP) {
-  return Serve("PF GPU Device Suite.FreeHostMemory", [&](GpuHost&) {
+  return ServeGpuCall("PF GPU Device Suite.FreeHostMemory", [&](GpuHost&) {
     std::free(memoryP);
     return PF_Err_NONE;
   });
@@ -111,7 +91,7 @@ PF_Err FreeHostMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, void
 
 PF_Err PurgeHostMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, size_t /*bytes_to_purge*/,
                        size_t* bytes_purgedP0) {
-  return Serve("PF GPU Device Suite.PurgeHostMemory", [&](GpuHost&) {
+  return ServeGpuCall("PF GPU Device Suite.PurgeHostMemory", [&](GpuHost&) {
     if (bytes_purgedP0 != nullptr) {
       *bytes_purgedP0 = 0;
     }
@@ -122,7 +102,7 @@ PF_Err PurgeHostMemory(PF_ProgPtr /*effect_ref*/, A_u_long /*device_index*/, siz
 PF_Err CreateGPUWorld(PF_ProgPtr /*effect_ref*/, A_u_long device_index, A_long width, A_long height,
                       PF_RationalScale pixel_aspect_ratio, PF_Field /*field_type*/, PF_PixelFormat pixel_format,
                       PF_Boolean clear_pixB, PF_EffectWorld** worldPP) {
-  return Serve("PF GPU Device Suite.CreateGPUWorld", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.CreateGPUWorld", [&](GpuHost& gpu) {
     if (worldPP == nullptr || !IsGpuFormat(pixel_format) || width <= 0 || height <= 0 ||
         gpu.DeviceOrOpen(device_index) == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
@@ -133,7 +113,7 @@ PF_Err CreateGPUWorld(PF_ProgPtr /*effect_ref*/, A_u_long device_index, A_long w
 }
 
 PF_Err DisposeGPUWorld(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP) {
-  return Serve("PF GPU Device Suite.DisposeGPUWorld", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.DisposeGPUWorld", [&](GpuHost& gpu) {
     // Only worlds the effect made itself are its to dispose.
     const HostWorld* record = gpu.Find(worldP);
     if (record == nullptr || !record->gpu || !record->createdByEffect) {
@@ -145,7 +125,7 @@ PF_Err DisposeGPUWorld(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP) {
 }
 
 PF_Err GetGPUWorldData(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP, void** pixPP) {
-  return Serve("PF GPU Device Suite.GetGPUWorldData", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.GetGPUWorldData", [&](GpuHost& gpu) {
     const HostWorld* record = gpu.Find(worldP);
     if (record == nullptr || !record->gpu || pixPP == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
@@ -156,7 +136,7 @@ PF_Err GetGPUWorldData(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP, void**
 }
 
 PF_Err GetGPUWorldSize(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP, size_t* device_memory_sizePL) {
-  return Serve("PF GPU Device Suite.GetGPUWorldSize", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.GetGPUWorldSize", [&](GpuHost& gpu) {
     const HostWorld* record = gpu.Find(worldP);
     if (record == nullptr || !record->gpu || device_memory_sizePL == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
@@ -167,7 +147,7 @@ PF_Err GetGPUWorldSize(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP, size_t
 }
 
 PF_Err GetGPUWorldDeviceIndex(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP, A_u_long* device_indexP) {
-  return Serve("PF GPU Device Suite.GetGPUWorldDeviceIndex", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF GPU Device Suite.GetGPUWorldDeviceIndex", [&](GpuHost& gpu) {
     const HostWorld* record = gpu.Find(worldP);
     if (record == nullptr || !record->gpu || device_indexP == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;

@@ -6,34 +6,16 @@
 #include "AE_EffectCBSuites.h"
 #include "host/HostRuntime.h"
 #include "host/gpu/GpuHost.h"
+#include "host/suites/GpuSuiteCall.h"
 #include "host/suites/Suites.h"
 
 namespace dshost {
 
 namespace {
 
-template <typename Body>
-PF_Err Serve(const char* call, Body body) {
-  try {
-    HostRuntime* runtime = HostRuntime::Current();
-    GpuHost* gpu = GpuHost::Current();
-    if (runtime == nullptr || gpu == nullptr) {
-      return PF_Err_BAD_CALLBACK_PARAM;
-    }
-    if (const int32_t code = runtime->faults().Hit(call)) {
-      return code;
-    }
-    return body(*gpu);
-  } catch (const std::bad_alloc&) {
-    return PF_Err_OUT_OF_MEMORY;
-  } catch (...) {
-    return PF_Err_INTERNAL_STRUCT_DAMAGED;
-  }
-}
-
 PF_Err NewWorld(PF_ProgPtr /*effect_ref*/, A_long widthL, A_long heightL, PF_Boolean clear_pixB,
                 PF_PixelFormat pixel_format, PF_EffectWorld* worldP) {
-  return Serve("PF World Suite.PF_NewWorld", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF World Suite.PF_NewWorld", [&](GpuHost& gpu) {
     if (worldP == nullptr || widthL <= 0 || heightL <= 0 || IsGpuFormat(pixel_format) ||
         BytesPerPixel(pixel_format) == 0) {
       return PF_Err_BAD_CALLBACK_PARAM;
@@ -44,7 +26,7 @@ PF_Err NewWorld(PF_ProgPtr /*effect_ref*/, A_long widthL, A_long heightL, PF_Boo
 }
 
 PF_Err DisposeWorld(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP) {
-  return Serve("PF World Suite.PF_DisposeWorld", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF World Suite.PF_DisposeWorld", [&](GpuHost& gpu) {
     const HostWorld* record = gpu.Find(worldP);
     if (record == nullptr || record->gpu || !record->createdByEffect) {
       return PF_Err_BAD_CALLBACK_PARAM;
@@ -55,7 +37,7 @@ PF_Err DisposeWorld(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP) {
 }
 
 PF_Err GetPixelFormat(const PF_EffectWorld* worldP, PF_PixelFormat* pixel_formatP) {
-  return Serve("PF World Suite.PF_GetPixelFormat", [&](GpuHost& gpu) {
+  return ServeGpuCall("PF World Suite.PF_GetPixelFormat", [&](GpuHost& gpu) {
     const HostWorld* record = gpu.Find(worldP);
     if (record == nullptr || pixel_formatP == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
