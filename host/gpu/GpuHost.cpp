@@ -6,22 +6,11 @@
 
 #include "host/HostError.h"
 #include "host/HostRuntime.h"
+#include "host/RuntimeAttachments.h"
 
 namespace dshost {
 
 namespace {
-
-std::mutex& HostsMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
-
-// The GPU host of each live host, found through the runtime the calling
-// thread works for.
-std::map<HostRuntime*, GpuHost*>& Hosts() {
-  static std::map<HostRuntime*, GpuHost*> hosts;
-  return hosts;
-}
 
 // IEEE half from float, rounded to nearest even (the host's own conversion;
 // the effect narrows with rounding toward zero in its kernels).
@@ -201,19 +190,10 @@ std::size_t BytesPerPixel(PF_PixelFormat format) {
 
 bool IsGpuFormat(PF_PixelFormat format) { return format == kGpuFloatFormat || format == kGpuHalfFormat; }
 
-GpuHost::GpuHost(HostRuntime& runtime) : runtime_(runtime) {
-  std::lock_guard<std::mutex> lock(HostsMutex());
-  Hosts()[&runtime_] = this;
-}
+GpuHost::GpuHost(HostRuntime& runtime) : runtime_(runtime) { RuntimeAttachments<GpuHost>::Attach(runtime_, this); }
 
 GpuHost::~GpuHost() {
-  {
-    std::lock_guard<std::mutex> lock(HostsMutex());
-    const auto found = Hosts().find(&runtime_);
-    if (found != Hosts().end() && found->second == this) {
-      Hosts().erase(found);
-    }
-  }
+  RuntimeAttachments<GpuHost>::Detach(runtime_, this);
   // Work the effect queued may still use the worlds: wait before freeing them.
   for (auto& [index, device] : devices_) {
     try {
@@ -225,15 +205,7 @@ GpuHost::~GpuHost() {
   worlds_.clear();
 }
 
-GpuHost* GpuHost::Current() {
-  HostRuntime* runtime = HostRuntime::Current();
-  if (runtime == nullptr) {
-    return nullptr;
-  }
-  std::lock_guard<std::mutex> lock(HostsMutex());
-  const auto found = Hosts().find(runtime);
-  return found == Hosts().end() ? nullptr : found->second;
-}
+GpuHost* GpuHost::Current() { return RuntimeAttachments<GpuHost>::Current(); }
 
 GpuDevice& GpuHost::OpenDevice(uint32_t index) {
   std::lock_guard<std::mutex> lock(mutex_);

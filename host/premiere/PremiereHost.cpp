@@ -9,6 +9,7 @@
 #include "host/EffectHost.h"
 #include "host/HostError.h"
 #include "host/HostRuntime.h"
+#include "host/RuntimeAttachments.h"
 #include "host/ParameterStore.h"
 #include "host/SuiteRegistry.h"
 #include "host/gpu/GpuHost.h"
@@ -17,18 +18,6 @@
 namespace dshost {
 
 namespace {
-
-std::mutex& HostsMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
-
-// The Premiere host of each live effect host, found through the runtime the
-// calling thread works for.
-std::map<HostRuntime*, PremiereHost*>& Hosts() {
-  static std::map<HostRuntime*, PremiereHost*> hosts;
-  return hosts;
-}
 
 SPBasicSuite* BasicSuiteForPlugIn() { return const_cast<SPBasicSuite*>(SuiteRegistry::BasicSuite()); }
 
@@ -104,18 +93,14 @@ PremiereHost::PremiereHost(EffectHost& effect) : effect_(effect) {
   utilFuncs_.getSPBasicSuite = BasicSuiteForPlugIn;
   suites_.piInterfaceVer = 1;
   suites_.utilFuncs = &utilFuncs_;
-  {
-    std::lock_guard<std::mutex> lock(HostsMutex());
-    Hosts()[&effect_.runtime()] = this;
-  }
+  RuntimeAttachments<PremiereHost>::Attach(effect_.runtime(), this);
 
   HostScope scope(effect_.runtime());
   csSDK_int32 index = 0;
   const prSuiteError err = entry_(PrSDKGPUFilterInterfaceVersion, &index, kPrTrue, &suites_, &filter_, &info_);
   if (PrSuiteErrorFailed(err) || filter_.CreateInstance == nullptr || filter_.DisposeInstance == nullptr ||
       filter_.GetFrameDependencies == nullptr || filter_.Render == nullptr) {
-    std::lock_guard<std::mutex> lock(HostsMutex());
-    Hosts().erase(&effect_.runtime());
+    RuntimeAttachments<PremiereHost>::Detach(effect_.runtime(), this);
     throw HostError("the GPU filter module " + effect_.module().Path() + " did not start (" + ResultText(err) + ")");
   }
   started_ = true;
@@ -147,22 +132,10 @@ PremiereHost::~PremiereHost() {
   for (PPixHand frame : frames) {
     DisposePPix(frame);
   }
-  std::lock_guard<std::mutex> lock(HostsMutex());
-  const auto found = Hosts().find(&effect_.runtime());
-  if (found != Hosts().end() && found->second == this) {
-    Hosts().erase(found);
-  }
+  RuntimeAttachments<PremiereHost>::Detach(effect_.runtime(), this);
 }
 
-PremiereHost* PremiereHost::Current() {
-  HostRuntime* runtime = HostRuntime::Current();
-  if (runtime == nullptr) {
-    return nullptr;
-  }
-  std::lock_guard<std::mutex> lock(HostsMutex());
-  const auto found = Hosts().find(runtime);
-  return found == Hosts().end() ? nullptr : found->second;
-}
+PremiereHost* PremiereHost::Current() { return RuntimeAttachments<PremiereHost>::Current(); }
 
 HostRuntime& PremiereHost::runtime() { return effect_.runtime(); }
 GpuHost& PremiereHost::gpu() { return effect_.gpu(); }
