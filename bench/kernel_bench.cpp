@@ -70,22 +70,10 @@ const Frames& GetFrames(unsigned int width, unsigned int height) {
   return *cache.back();
 }
 
+// The default settings on a half-strength pass.
 KernelData BenchParams() {
-  KernelData params{};
-  params.is_activated = true;
-  params.trailIntensity = 10.0f;
-  params.displaceIntensity = 5.0f;
-  params.threshold = 0.3f;
-  params.lambda = 0.5f;
-  params.minVel = 0.01f;
-  params.maxVel = 0.5f;
-  params.offsetX = 0.0707107f;
-  params.offsetY = 0.0707107f;
-  params.chromatic = 0.5f;
-  params.percentEase = 4.0f;
+  KernelData params = driftsmear::kernel::DefaultKernelData();
   params.percent = 0.5f;
-  params.isPremult = true;
-  params.showDebugData = 1;
   return params;
 }
 

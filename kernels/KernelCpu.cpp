@@ -25,4 +25,26 @@ void RunResizeKernelCpu(const float4* inSrc, float4* outDst, int inSrcPitch, int
   }
 }
 
+KernelData DefaultKernelData() {
+  KernelData params{};
+  params.is_activated = true;
+  params.numFrames = 10;
+  params.trailIntensity = 10.0f;
+  params.displaceIntensity = 5.0f;
+  params.threshold = 0.3f;
+  params.lambda = 0.5f;
+  params.minVel = 0.01f;
+  params.maxVel = 0.5f;
+  params.offsetX = 0.0707107f;
+  params.offsetY = 0.0707107f;
+  params.chromatic = 0.5f;
+  params.chromaticOffset = 0.0f;
+  params.percentEase = 4.0f;
+  params.percent = 1.0f;
+  params.isPremult = true;
+  params.preset = 1;
+  params.showDebugData = 1;
+  return params;
+}
+
 }  // namespace driftsmear::kernel

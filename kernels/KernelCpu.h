@@ -27,6 +27,11 @@ void RunResizeKernelCpu(const float4* inSrc, float4* outDst, int inSrcPitch, int
                         unsigned int inWidth, unsigned int inHeight, unsigned int outWidth, unsigned int outHeight,
                         int inOffsetX, int inOffsetY);
 
+// The record as the effect's default settings fill it (10 frames, trail 20,
+// displace 10, velocity 1..50, thresholds 15 and 50, motion 45 degrees at 10,
+// chromatic 50 at 0 degrees, amount 80, premultiplied), with percent 1.
+KernelData DefaultKernelData();
+
 }  // namespace driftsmear::kernel
 
 #endif  // DRIFTSMEAR_KERNELS_KERNEL_CPU_H

@@ -178,27 +178,7 @@ KernelBackend* GetBackend(Backend backend, std::string& reason) {
   return found->second.runner.get();
 }
 
-KernelData DefaultParams() {
-  KernelData params{};
-  params.is_activated = true;
-  params.numFrames = 10;
-  params.trailIntensity = 10.0f;
-  params.displaceIntensity = 5.0f;
-  params.threshold = 0.3f;
-  params.lambda = 0.5f;
-  params.minVel = 0.01f;
-  params.maxVel = 0.5f;
-  params.offsetX = 0.0707107f;
-  params.offsetY = 0.0707107f;
-  params.chromatic = 0.5f;
-  params.chromaticOffset = 0.0f;
-  params.percentEase = 4.0f;
-  params.percent = 1.0f;
-  params.isPremult = true;
-  params.preset = 1;
-  params.showDebugData = 1;
-  return params;
-}
+KernelData DefaultParams() { return driftsmear::kernel::DefaultKernelData(); }
 
 ::testing::AssertionResult ImagesAgree(const PixelBuffer& expected, const PixelBuffer& actual, float tolerance,
                                        std::size_t allowedOutliers, const std::vector<bool>* ignored) {
