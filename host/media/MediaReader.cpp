@@ -1,5 +1,6 @@
 #include "host/media/MediaReader.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "host/media/ImageFile.h"
@@ -38,6 +39,8 @@ struct MediaReader::Impl {
 #endif
   std::optional<SequencePattern> pattern;
   std::optional<LoadedImage> still;  // the single image, or the first file of a sequence
+  std::vector<std::int64_t> present;  // with gaps allowed: the numbers of the files there
+  std::vector<std::string> warnings;
 
   void openSequence() {
     pattern = SequencePattern::parse(path);
@@ -49,6 +52,23 @@ struct MediaReader::Impl {
     info.kind = SourceKind::ImageSequence;
     info.frameCount = run.count;
     info.firstSequenceNumber = static_cast<int>(run.first);
+    if (run.afterGap > 0) {
+      const std::string missing = pattern->fileFor(run.first + run.count).filename().string();
+      if (options.allowGaps) {
+        present = pattern->existingNumbers();
+        info.frameCount = run.last - run.first + 1;
+        const std::int64_t holes = info.frameCount - static_cast<std::int64_t>(present.size());
+        warnings.push_back(std::to_string(holes) + " frame" + (holes == 1 ? " is" : "s are") +
+                           " missing from the image sequence (the first: " + missing +
+                           "); each holds the frame before it");
+      } else {
+        warnings.push_back(missing + " is missing: the image sequence ends at " +
+                           pattern->fileFor(run.first + run.count - 1).filename().string() + " and the " +
+                           std::to_string(run.afterGap) + " frame" + (run.afterGap == 1 ? "" : "s") +
+                           " after the gap (up to " + pattern->fileFor(run.last).filename().string() +
+                           ") are skipped");
+      }
+    }
     describeImage();
   }
 
@@ -86,7 +106,13 @@ struct MediaReader::Impl {
   }
 
   void readSequenceFrame(std::int64_t index, ImageF& out) {
-    const std::filesystem::path file = pattern->fileFor(info.firstSequenceNumber + index);
+    std::int64_t number = info.firstSequenceNumber + index;
+    if (!present.empty()) {
+      // A missing frame holds the last file before it.
+      number = *(std::upper_bound(present.begin(), present.end(), number) - 1);
+      index = number - info.firstSequenceNumber;
+    }
+    const std::filesystem::path file = pattern->fileFor(number);
     if (index == 0 && still) {
       out = still->image;
       return;
@@ -128,6 +154,7 @@ MediaReader& MediaReader::operator=(MediaReader&&) noexcept = default;
 
 const MediaInfo& MediaReader::info() const { return impl_->info; }
 const std::filesystem::path& MediaReader::path() const { return impl_->path; }
+const std::vector<std::string>& MediaReader::warnings() const { return impl_->warnings; }
 
 void MediaReader::readFrame(std::int64_t index, ImageF& out) {
   const MediaInfo& info = impl_->info;

@@ -121,6 +121,16 @@ struct MediaWriter::Impl {
     if (!parent.empty() && !fs::is_directory(parent, ec)) {
       throw MediaError(MediaErrc::WriteFailed, "the folder " + parent.string() + " does not exist");
     }
+    // Temporary files of renders to the same name: a killed render's go; a
+    // live one means two renders race for the name.
+    const std::string name = output.filename().string();
+    const std::vector<long> live =
+        detail::sweepTemporaries(parent, [&name](const std::string& finalName) { return finalName == name; });
+    if (!live.empty()) {
+      const std::string who = "another render (process " + std::to_string(live.front()) + ") is writing " + output.string();
+      if (!options.overwrite) throw MediaError(MediaErrc::OutputExists, who);
+      warnings.push_back(who + "; the render that finishes last replaces it");
+    }
   }
 
   void start(const ImageF& first) {
@@ -174,7 +184,8 @@ void MediaWriter::write(const ImageF& frame) {
   }
   if (!impl_->sink) {
     impl_->start(frame);
-  } else if (frame.width != impl_->width || frame.height != impl_->height) {
+  }
+  if (frame.width != impl_->width || frame.height != impl_->height) {
     throw MediaError(MediaErrc::InvalidArgument, "frame " + std::to_string(impl_->frames) + " is " +
                                                      std::to_string(frame.width) + "x" + std::to_string(frame.height) +
                                                      ", the output is " + std::to_string(impl_->width) + "x" +
@@ -184,10 +195,23 @@ void MediaWriter::write(const ImageF& frame) {
   ++impl_->frames;
 }
 
+void MediaWriter::open(int width, int height) {
+  if (impl_->finished) throw MediaError(MediaErrc::InvalidArgument, "cannot open " + impl_->output.string() + " after finishing it");
+  if (impl_->sink) return;
+  ImageF shape;
+  shape.width = width;
+  shape.height = height;
+  impl_->start(shape);
+}
+
 void MediaWriter::finish() {
   if (impl_->finished) return;
   impl_->finished = true;
-  if (!impl_->sink) {
+  if (!impl_->sink || impl_->frames == 0) {
+    if (impl_->sink) {
+      impl_->sink->abandon();
+      impl_->sink.reset();
+    }
     impl_->warnings.push_back("no frames were written; " + impl_->output.string() + " was not created");
     return;
   }

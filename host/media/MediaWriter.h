@@ -58,19 +58,28 @@ struct WriterOptions {
 };
 
 // Files and interruption:
-//  - Video files are written to "<output>.part" beside the output and renamed to
-//    the output name by finish(), so the output name only ever holds a complete,
-//    playable file. Stopping early (Ctrl-C) is: stop calling write(), call
-//    finish(); the output then holds the frames written so far. A process killed
-//    outright leaves only the .part file.
-//  - PNG frames are each written to "<frame>.part" and renamed, so no PNG is
-//    ever half-written.
+//  - Video files are written to a temporary file of this writer's own beside
+//    the output, "<output>.<pid>-<tag>.part", and moved to the output name in
+//    one step by finish(), so the output name only ever holds a complete,
+//    playable file and two renders to one name never share a file. Stopping
+//    early (Ctrl-C) is: stop calling write(), call finish(); the output then
+//    holds the frames written so far. A process killed outright leaves only
+//    its temporary file, which the next writer to that name removes (one of a
+//    render still running is left alone).
+//  - Without overwrite, an output that appears while rendering is never
+//    replaced: finish() keeps this result as "<stem> (2)<ext>" and throws
+//    MediaError(OutputExists) saying so. A live temporary file of another
+//    render to the same name is refused up front (a warning with overwrite).
+//  - Every frame is handed to the system as it is written, so a full disk or a
+//    file size limit fails write() at that frame.
+//  - PNG frames are each written to their own temporary file and renamed, so
+//    no PNG is ever half-written.
 //  - An existing output (for sequences: any file matching the pattern) is an
 //    error unless overwrite is set. With overwrite, a video file is replaced at
 //    finish(); a sequence's old matching files are removed before the first new
 //    frame is written, so no stale frames remain after the new ones.
-//  - Nothing is created until the first frame is written; finish() with no
-//    frames leaves nothing behind.
+//  - open() (or the first write()) creates the temporary file; finish() with no
+//    frames removes it and leaves nothing behind.
 //  - Audio that the container cannot hold (PCM in MP4, any audio in a PNG
 //    sequence) is left out with a warning; it is never an error. Audio is cut
 //    at the end of the last written frame.
@@ -84,6 +93,11 @@ class MediaWriter {
   ~MediaWriter();
   MediaWriter(const MediaWriter&) = delete;
   MediaWriter& operator=(const MediaWriter&) = delete;
+
+  // Creates the output's temporary file for frames of this size, so that an
+  // unwritable folder is found before any frame is rendered. Throws
+  // MediaError(WriteFailed). Optional: write() does it for the first frame.
+  void open(int width, int height);
 
   // Appends one frame. Every frame must have the size of the first. Throws
   // MediaError(InvalidArgument) for a wrong size, MediaError(WriteFailed) when

@@ -116,6 +116,8 @@ SequencePattern::Run SequencePattern::findRun() const {
   run.first = numbers.front();
   run.count = 1;
   for (std::size_t i = 1; i < numbers.size() && numbers[i] == run.first + run.count; ++i) ++run.count;
+  run.afterGap = static_cast<std::int64_t>(numbers.size()) - run.count;
+  run.last = numbers.back();
   return run;
 }
 

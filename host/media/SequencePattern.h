@@ -34,6 +34,9 @@ class SequencePattern {
   struct Run {
     std::int64_t first = 0;
     std::int64_t count = 0;
+    // Files beyond the first gap: how many, and the number of the last one.
+    std::int64_t afterGap = 0;
+    std::int64_t last = 0;
   };
   Run findRun() const;
 

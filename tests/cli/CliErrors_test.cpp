@@ -131,8 +131,9 @@ TEST(CliErrors, DamagedFramePartWayKeepsTheFramesBeforeIt) {
 }
 
 #ifndef _WIN32
-// Ctrl-C in the middle of a render: the program stops after the frame in
-// hand and finishes the output, which then plays with the frames done.
+// Ctrl-C or SIGTERM in the middle of a render: the program stops after the
+// frame in hand and finishes the output, which then plays with the frames
+// done; the exit code tells which signal it was.
 TEST(CliErrors, InterruptLeavesAPlayableFileWithTheFramesDone) {
   CLI_REQUIRE_DEVICE();
   CLI_REQUIRE_FFMPEG();
@@ -155,44 +156,163 @@ TEST(CliErrors, InterruptLeavesAPlayableFileWithTheFramesDone) {
     writer.finish();
   }
   const fs::path output = dir / "out.mp4";
-  int errPipe[2];
-  ASSERT_EQ(pipe(errPipe), 0);
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    dup2(errPipe[1], 2);
-    close(errPipe[0]);
+  struct Stop {
+    int signal;
+    int exitCode;
+    const char* said;
+  };
+  for (const Stop stop : {Stop{SIGINT, 130, "interrupted after"}, Stop{SIGTERM, 143, "stopped (SIGTERM) after"}}) {
+    int errPipe[2];
+    ASSERT_EQ(pipe(errPipe), 0);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      dup2(errPipe[1], 2);
+      close(errPipe[0]);
+      close(errPipe[1]);
+      execl(DRIFTSMEAR_CLI_PATH, DRIFTSMEAR_CLI_PATH, "render", (dir / "in.mkv").c_str(), "-o", output.c_str(), "-y",
+            static_cast<char*>(nullptr));
+      _exit(127);
+    }
     close(errPipe[1]);
-    execl(DRIFTSMEAR_CLI_PATH, DRIFTSMEAR_CLI_PATH, "render", (dir / "in.mkv").c_str(), "-o", output.c_str(),
-          static_cast<char*>(nullptr));
-    _exit(127);
+    FILE* err = fdopen(errPipe[0], "r");
+    std::string stderrText;
+    char line[512];
+    bool signalled = false;
+    while (std::fgets(line, sizeof(line), err) != nullptr) {
+      stderrText += line;
+      if (!signalled && std::string(line).rfind("frame ", 0) == 0) {
+        kill(child, stop.signal);  // after the first tenth of the frames
+        signalled = true;
+      }
+    }
+    std::fclose(err);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(signalled) << stderrText;
+    ASSERT_TRUE(WIFEXITED(status)) << stderrText;
+    EXPECT_EQ(WEXITSTATUS(status), stop.exitCode) << stderrText;
+    EXPECT_NE(stderrText.find(stop.said), std::string::npos) << stderrText;
+
+    const int64_t written = InfoOf(output).frameCount;
+    EXPECT_GE(written, kFrames / 10);
+    EXPECT_LT(written, kFrames);
+    EXPECT_NE(stderrText.find("holds the " + std::to_string(written) + " frames done"), std::string::npos)
+        << stderrText;
+    EXPECT_EQ(ReadAll(output).size(), static_cast<size_t>(written)) << "every frame decodes";
+    EXPECT_EQ(dir.Listing(), (std::vector<std::string>{"in.mkv", "out.mp4"})) << "no partial file left";
   }
-  close(errPipe[1]);
-  FILE* err = fdopen(errPipe[0], "r");
-  std::string stderrText;
-  char line[512];
-  bool signalled = false;
-  while (std::fgets(line, sizeof(line), err) != nullptr) {
-    stderrText += line;
-    if (!signalled && std::string(line).rfind("frame ", 0) == 0) {
-      kill(child, SIGINT);  // after the first tenth of the frames
-      signalled = true;
+}
+#endif
+
+TEST(CliErrors, SequenceGapEndsWithAWarningOrHoldsTheLastFrame) {
+  CLI_REQUIRE_DEVICE();
+  Scratch dir;
+  Scratch out;
+  const fs::path input = MakeClipSequence(dir.path());
+  fs::remove(dir / "in_05.png");
+  const RunResult ended = RunCli({"render", input.string(), "-o", (out / "a_%02d.png").string(), "--set", "frames=3"});
+  ASSERT_EQ(ended.exitCode, 0) << ended.Describe();
+  EXPECT_NE(ended.err.find("warning: in_05.png is missing: the image sequence ends at in_04.png and the 6 frames "
+                           "after the gap (up to in_11.png) are skipped (--allow-gaps holds"),
+            std::string::npos)
+      << ended.err;
+  EXPECT_EQ(InfoOf(out / "a_%02d.png").frameCount, 5);
+
+  const RunResult held = RunCli(
+      {"render", input.string(), "-o", (out / "b_%02d.png").string(), "--set", "frames=3", "--allow-gaps", "--stats"});
+  ASSERT_EQ(held.exitCode, 0) << held.Describe();
+  EXPECT_NE(held.err.find("1 frame is missing from the image sequence (the first: in_05.png); each holds the frame "
+                          "before it"),
+            std::string::npos)
+      << held.err;
+  const std::vector<dshost::ImageF> frames = ReadAll(out / "b_%02d.png");
+  ASSERT_EQ(frames.size(), static_cast<size_t>(kClipFrames));
+  // Frame 5 repeats frame 4's input, so nothing moved between them: the
+  // output differs from the frame before only where the trail fades.
+  EXPECT_LT(DifferingPixels(frames[5], frames[4], 0.1f), DifferingPixels(frames[4], frames[3], 0.1f));
+}
+
+#ifndef _WIN32
+// Two renders to one output each write a temporary file of their own. Without
+// -y a name once taken is never replaced (the later render is refused, or
+// kept beside it); with -y the last to finish wins. The output is always one
+// render's whole file and no temporary file stays.
+TEST(CliErrors, TwoRendersRacingForOneOutputLoseNothing) {
+  CLI_REQUIRE_DEVICE();
+  CLI_REQUIRE_FFMPEG();
+  Scratch dir;
+  Scratch out;
+  const fs::path input = MakeClipSequence(dir.path());
+  const std::string output = (out / "out.mkv").string();
+  for (const bool overwrite : {false, true}) {
+    std::vector<std::string> args{"render", input.string(), "-o", output, "-q", "--set", "frames=3"};
+    if (overwrite) args.push_back("-y");
+    int succeeded = 0;
+    for (const RunResult& run : RunCliTogether({args, args})) {
+      succeeded += run.exitCode == 0 ? 1 : 0;
+      if (run.exitCode != 0) {
+        EXPECT_EQ(run.exitCode, 3) << run.Describe();
+        EXPECT_TRUE(run.err.find("another render (process ") != std::string::npos ||
+                    run.err.find("appeared while rendering (another render?)") != std::string::npos)
+            << run.err;
+      }
+    }
+    EXPECT_EQ(succeeded, overwrite ? 2 : 1) << "with -y: " << overwrite;
+    for (const std::string& name : out.Listing()) {
+      EXPECT_EQ(name.find(".part"), std::string::npos) << name;
+      EXPECT_EQ(InfoOf(out / name).frameCount, kClipFrames) << name << " is one render's whole file";
     }
   }
-  std::fclose(err);
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  ASSERT_TRUE(signalled) << stderrText;
-  ASSERT_TRUE(WIFEXITED(status)) << stderrText;
-  EXPECT_EQ(WEXITSTATUS(status), 130) << stderrText;
-  EXPECT_NE(stderrText.find("interrupted after"), std::string::npos) << stderrText;
+}
 
-  const int64_t written = InfoOf(output).frameCount;
-  EXPECT_GE(written, kFrames / 10);
-  EXPECT_LT(written, kFrames);
-  EXPECT_NE(stderrText.find("holds the " + std::to_string(written) + " frames done"), std::string::npos)
-      << stderrText;
-  EXPECT_EQ(ReadAll(output).size(), static_cast<size_t>(written)) << "every frame decodes";
-  EXPECT_EQ(dir.Listing(), (std::vector<std::string>{"in.mkv", "out.mp4"})) << "no partial file left";
+// A killed render's temporary file (its process gone, no lock held) is
+// removed by the next render to that name; a live render's never is.
+TEST(CliErrors, TemporaryFilesOfKilledRendersGoThoseOfLiveOnesStay) {
+  CLI_REQUIRE_DEVICE();
+  CLI_REQUIRE_FFMPEG();
+  Scratch dir;
+  const fs::path input = MakeClipSequence(dir.path(), 3);
+  const fs::path stale = dir / "out.mkv.999999999-0badf00d.part";
+  const fs::path live = dir / ("out.mkv." + std::to_string(getpid()) + "-00c0ffee.part");
+  std::ofstream(stale) << "left by a killed render";
+  std::ofstream(live) << "being written by this process";
+  const std::vector<std::string> args{"render", input.string(), "-o", (dir / "out.mkv").string(), "--set", "frames=3"};
+  const RunResult refused = RunCli(args);
+  EXPECT_EQ(refused.exitCode, 3) << refused.Describe();
+  EXPECT_NE(refused.err.find("another render (process " + std::to_string(getpid()) + ") is writing"),
+            std::string::npos)
+      << refused.err;
+  EXPECT_FALSE(fs::exists(stale));
+  EXPECT_TRUE(fs::exists(live));
+
+  std::vector<std::string> overwrite = args;
+  overwrite.push_back("-y");
+  const RunResult rendered = RunCli(overwrite);
+  ASSERT_EQ(rendered.exitCode, 0) << rendered.Describe();
+  EXPECT_NE(rendered.err.find("the render that finishes last replaces it"), std::string::npos) << rendered.err;
+  EXPECT_TRUE(fs::exists(live));
+  EXPECT_EQ(InfoOf(dir / "out.mkv").frameCount, 3);
+}
+
+// A full disk (here a file size limit) stops the render at the frame that
+// cannot be written, not after rendering everything; the output it would
+// have replaced stays, and no temporary file is left.
+TEST(CliErrors, FullDiskStopsAtTheFrameThatCannotBeWritten) {
+  CLI_REQUIRE_DEVICE();
+  CLI_REQUIRE_FFMPEG();
+  Scratch dir;
+  const fs::path input = MakeNoiseClip(dir.path(), 480, 360, 24);
+  std::ofstream(dir / "out.mov") << "an earlier render";
+  const RunResult result = RunCliWithFileLimit(
+      {"render", input.string(), "-o", (dir / "out.mov").string(), "-y", "--set", "frames=3", "--stats"}, 2048);
+  EXPECT_EQ(result.exitCode, 3) << result.Describe();
+  EXPECT_NE(result.err.find("cannot write " + (dir / "out.mov").string() + " at frame "), std::string::npos)
+      << result.err;
+  EXPECT_NE(result.err.find("File too large"), std::string::npos) << result.err;
+  EXPECT_LT(StatValue(result.out, "rendered"), 20) << "the render stopped early\n" << result.out;
+  EXPECT_EQ(dir.Listing(), (std::vector<std::string>{"noise.mkv", "out.mov"}));
+  std::ifstream kept(dir / "out.mov");
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "an earlier render");
 }
 #endif

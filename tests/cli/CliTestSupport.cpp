@@ -92,21 +92,70 @@ std::string RunResult::Describe() const {
   return "exit code " + std::to_string(exitCode) + "\n--- stdout ---\n" + out + "--- stderr ---\n" + err;
 }
 
-RunResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env) {
-  static std::atomic<int> counter{0};
-  const int run = counter++;
-  const fs::path outFile = RunFolder() / ("out" + std::to_string(run) + ".txt");
-  const fs::path errFile = RunFolder() / ("err" + std::to_string(run) + ".txt");
-  std::string command = Quote(DRIFTSMEAR_CLI_PATH);
-  for (const std::string& arg : args) command += " " + Quote(arg);
-  command += " <" + Quote(
+namespace {
+
+// Where one run's output goes, read back and removed by Collect().
+struct RunFiles {
+  fs::path out, err, code;
+  RunFiles() {
+    static std::atomic<int> counter{0};
+    const std::string run = std::to_string(counter++);
+    out = RunFolder() / ("out" + run + ".txt");
+    err = RunFolder() / ("err" + run + ".txt");
+    code = RunFolder() / ("code" + run + ".txt");
+  }
+  // The program's command line with its streams redirected to the files.
+  std::string Command(const std::vector<std::string>& args) const {
+    std::string command = Quote(DRIFTSMEAR_CLI_PATH);
+    for (const std::string& arg : args) command += " " + Quote(arg);
+    return command + " <" +
+           Quote(
 #ifdef _WIN32
-                        "NUL"
+               "NUL"
 #else
-                        "/dev/null"
+               "/dev/null"
 #endif
-                        ) +
-             " >" + Quote(outFile.string()) + " 2>" + Quote(errFile.string());
+               ) +
+           " >" + Quote(out.string()) + " 2>" + Quote(err.string());
+  }
+  RunResult Collect(int exitCode) const {
+    RunResult result;
+    result.exitCode = exitCode;
+    result.out = ReadFile(out);
+    result.err = ReadFile(err);
+    std::error_code ignored;
+    fs::remove(out, ignored);
+    fs::remove(err, ignored);
+    fs::remove(code, ignored);
+    return result;
+  }
+};
+
+}  // namespace
+
+#ifndef _WIN32
+std::vector<RunResult> RunCliTogether(const std::vector<std::vector<std::string>>& runs) {
+  std::vector<RunFiles> files(runs.size());
+  std::string command;
+  for (size_t i = 0; i < runs.size(); ++i) {
+    command += "(" + files[i].Command(runs[i]) + "; echo $? >" + Quote(files[i].code.string()) + ") & ";
+  }
+  System(command + "wait");
+  std::vector<RunResult> results;
+  for (const RunFiles& run : files) results.push_back(run.Collect(std::atoi(ReadFile(run.code).c_str())));
+  return results;
+}
+
+RunResult RunCliWithFileLimit(const std::vector<std::string>& args, int kilobytes) {
+  const RunFiles files;
+  // sh counts the limit in blocks of 512 bytes.
+  return files.Collect(System("ulimit -f " + std::to_string(kilobytes * 2) + " && " + files.Command(args)));
+}
+#endif
+
+RunResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env) {
+  const RunFiles files;
+  const std::string command = files.Command(args);
 
   std::map<std::string, std::optional<std::string>> previous;
   for (const auto& [name, value] : env) {
@@ -114,8 +163,7 @@ RunResult RunCli(const std::vector<std::string>& args, const std::map<std::strin
     previous[name] = old ? std::optional<std::string>(old) : std::nullopt;
     testsupport::SetEnv(name.c_str(), value);
   }
-  RunResult result;
-  result.exitCode = System(command);
+  const int exitCode = System(command);
   for (const auto& [name, value] : previous) {
     if (value) {
       testsupport::SetEnv(name.c_str(), *value);
@@ -123,12 +171,7 @@ RunResult RunCli(const std::vector<std::string>& args, const std::map<std::strin
       testsupport::UnsetEnv(name.c_str());
     }
   }
-  result.out = ReadFile(outFile);
-  result.err = ReadFile(errFile);
-  std::error_code ignored;
-  fs::remove(outFile, ignored);
-  fs::remove(errFile, ignored);
-  return result;
+  return files.Collect(exitCode);
 }
 
 Scratch::Scratch() {
@@ -207,6 +250,27 @@ fs::path MakeClipSequence(const fs::path& folder, int frames) {
   for (int i = 0; i < frames; ++i) writer.write(ClipFrame(i));
   writer.finish();
   return pattern;
+}
+
+fs::path MakeNoiseClip(const fs::path& folder, int width, int height, int frames) {
+  const fs::path clip = folder / "noise.mkv";
+  dshost::WriterOptions options;
+  options.frameRate = dshost::Rational{12, 1};
+  options.alpha = false;
+  dshost::MediaWriter writer(clip, options);
+  uint32_t state = 12345;
+  for (int i = 0; i < frames; ++i) {
+    dshost::ImageF frame = dshost::makeImage(width, height);
+    for (size_t p = 0; p < frame.bgra.size(); p += 4) {
+      for (int c = 0; c < 3; ++c) {
+        state = state * 1664525u + 1013904223u;
+        frame.bgra[p + c] = static_cast<float>(state >> 24) / 255.0f;
+      }
+    }
+    writer.write(frame);
+  }
+  writer.finish();
+  return clip;
 }
 
 fs::path LosslessOutput(const fs::path& folder, const std::string& stem) {

@@ -32,6 +32,14 @@ struct RunResult {
 // waits for it. Output goes to files, so nothing blocks on a pipe.
 RunResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env = {});
 
+#ifndef _WIN32
+// Runs several driftsmear commands at the same time and waits for all.
+std::vector<RunResult> RunCliTogether(const std::vector<std::vector<std::string>>& runs);
+// Runs driftsmear with the files it writes limited to `kilobytes` each (a
+// full disk, as the program sees it).
+RunResult RunCliWithFileLimit(const std::vector<std::string>& args, int kilobytes);
+#endif
+
 // A fresh folder, removed with everything in it when the test ends.
 class Scratch {
  public:
@@ -62,6 +70,9 @@ dshost::ImageF ClipFrame(int index);
 std::optional<fs::path> MakeClipWithAudio(const fs::path& folder, std::string* reason);
 // The clip as an 8-bit PNG sequence "<folder>/in_%02d.png".
 fs::path MakeClipSequence(const fs::path& folder, int frames = kClipFrames);
+// A clip of random pixels that compresses badly (FFV1 in Matroska), for
+// outputs that must grow large.
+fs::path MakeNoiseClip(const fs::path& folder, int width, int height, int frames);
 
 // A lossless output in the folder: "<stem>.mkv" (FFV1), or "<stem>_%02d.png"
 // in a build without FFmpeg.

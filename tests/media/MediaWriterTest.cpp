@@ -237,7 +237,10 @@ TEST(MediaWriterPartial, OutputNameAppearsOnlyWhenFinished) {
   SyntheticClip clip(smallClip(20));
   MediaWriter writer(dir / "out.mp4", WriterOptions{});
   for (int i = 0; i < 5; ++i) writer.write(clip.frame(i));
-  EXPECT_EQ(testing::filesIn(dir.path()), std::vector<std::string>{"out.mp4.part"});
+  const std::vector<std::string> partial = testing::filesIn(dir.path());
+  ASSERT_EQ(partial.size(), 1u);
+  EXPECT_EQ(partial[0].rfind("out.mp4.", 0), 0u) << "a temporary file of its own beside the output";
+  EXPECT_EQ(partial[0].substr(partial[0].size() - 5), ".part");
   writer.finish();  // interrupted: the caller stops feeding frames and finishes
   EXPECT_EQ(testing::filesIn(dir.path()), std::vector<std::string>{"out.mp4"});
   MediaReader reader(dir / "out.mp4");

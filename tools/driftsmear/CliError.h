@@ -15,7 +15,8 @@ enum ExitCode : int {
   kExitDevice = 4,       // no OpenCL or CUDA device, or the device cannot be used
   kExitModule = 5,       // the plug-in module cannot be loaded or set up
   kExitRender = 6,       // the effect failed a render
-  kExitInterrupted = 130 // Ctrl-C: the output holds the frames done
+  kExitInterrupted = 130, // Ctrl-C: the output holds the frames done
+  kExitTerminated = 143   // SIGTERM: as Ctrl-C
 };
 
 // A failure with the one-line message to print and the exit code to end with.

@@ -24,6 +24,8 @@ namespace driftsmear {
 namespace {
 
 std::atomic<int> gInterrupts{0};
+// The exit code of the first stop request: 130 for Ctrl-C, 143 for SIGTERM.
+std::atomic<int> gStopCode{kExitInterrupted};
 
 #ifdef _WIN32
 std::string WideToUtf8(const wchar_t* wide) {
@@ -39,17 +41,18 @@ std::string WideToUtf8(const wchar_t* wide) {
 BOOL WINAPI OnConsoleControl(DWORD event) {
   if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT || event == CTRL_CLOSE_EVENT) {
     if (gInterrupts.fetch_add(1) >= 1) {
-      ExitProcess(kExitInterrupted);
+      ExitProcess(static_cast<UINT>(gStopCode.load()));
     }
     return TRUE;
   }
   return FALSE;
 }
 #else
-void OnSignal(int) {
+void OnSignal(int signal) {
   if (gInterrupts.fetch_add(1) >= 1) {
-    _exit(kExitInterrupted);
+    _exit(gStopCode.load());
   }
+  gStopCode.store(signal == SIGTERM ? kExitTerminated : kExitInterrupted);
 }
 #endif
 
@@ -95,10 +98,16 @@ void InstallInterruptHandler() {
   action.sa_flags = 0;
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
+  // A file size limit or a closed pipe then fails the write with an error
+  // the render reports, instead of killing the program mid-file.
+  signal(SIGXFSZ, SIG_IGN);
+  signal(SIGPIPE, SIG_IGN);
 #endif
 }
 
 bool Interrupted() { return gInterrupts.load() > 0; }
+
+int InterruptExitCode() { return gStopCode.load(); }
 
 std::filesystem::path ExecutablePath() {
   std::error_code error;

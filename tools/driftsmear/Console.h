@@ -22,9 +22,13 @@ bool IsTerminal(std::FILE* stream);
 
 // Ctrl-C (and SIGTERM, or Ctrl-Break on Windows) sets a flag instead of
 // ending the program, so a render can stop between frames and finish its
-// output. A second Ctrl-C ends the program at once with kExitInterrupted.
+// output. A second one ends the program at once. Also makes a file size
+// limit and a closed pipe fail writes instead of killing the program.
 void InstallInterruptHandler();
 bool Interrupted();
+// The exit code for the stop asked for: kExitInterrupted (Ctrl-C) or
+// kExitTerminated (SIGTERM).
+int InterruptExitCode();
 
 // The running executable, or empty when the system does not say.
 std::filesystem::path ExecutablePath();

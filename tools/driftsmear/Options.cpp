@@ -34,6 +34,7 @@ const OptionRule kOptions[] = {
     {"--quiet", false, kRender | kDemo | kInfo | kPanel},
     {"-q", false, kRender | kDemo | kInfo | kPanel},
     {"--stats", false, kRender | kDemo},
+    {"--allow-gaps", false, kRender},
     {"--module", true, kRender | kDemo | kInfo | kPanel},
     {"--width", true, kDemo},
     {"--height", true, kDemo},
@@ -180,6 +181,8 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       options.quiet = true;
     } else if (name == "--stats") {
       options.stats = true;
+    } else if (name == "--allow-gaps") {
+      options.allowGaps = true;
     } else if (name == "--module") {
       options.module = value;
     } else if (name == "--width") {
@@ -259,6 +262,9 @@ Render options:
   --duration TIME       how much to render (default: to the end)
                         TIME: seconds (2.5 or 2.5s), frames (60f) or a
                         clock time (1:30, 0:01:02.5)
+  --allow-gaps          an image sequence with missing files runs to its
+                        last file, each missing frame holding the one before
+                        (default: it ends at the first gap, with a warning)
   -y, --yes             overwrite an existing output
   -q, --quiet           print nothing but errors
   --stats               print a summary line (frames, decodes, fps) at the end
@@ -274,8 +280,12 @@ Environment: DRIFTSMEAR_MODULE names the module; DRIFTSMEAR_CACHE_MB caps the
 memory of decoded frames (default 4096) for settings that reach far back.
 
 Progress goes to standard error: one updating line on a terminal, a line
-every tenth of the work otherwise. Ctrl-C stops after the frame in hand and
-finishes the output with the frames done; a second Ctrl-C quits at once.
+every tenth of the work otherwise. Ctrl-C (or SIGTERM) stops after the frame
+in hand and finishes the output with the frames done; a second one quits at
+once. Files are written under a temporary name of their own beside the output
+and take the output's name only when complete; an output that appears while
+rendering is never replaced without -y. A write that fails (disk full) stops
+the render at that frame.
 
 Exit codes:
   0    success
@@ -287,6 +297,7 @@ Exit codes:
   5    module: the plug-in module cannot be loaded or set up
   6    render: the effect failed a frame (the output keeps the frames before it)
   130  interrupted by Ctrl-C (the output holds the frames done)
+  143  stopped by SIGTERM (the output holds the frames done)
 )";
 }
 

@@ -24,6 +24,7 @@ struct Options {
   bool overwrite = false;             // -y
   bool quiet = false;                 // --quiet
   bool stats = false;                 // --stats: a machine-readable summary line
+  bool allowGaps = false;             // --allow-gaps: hold the last frame over gaps in a sequence
   // demo only, not in the help: a smaller generated clip (tests).
   std::optional<int> width;
   std::optional<int> height;

@@ -61,6 +61,23 @@ std::string Describe(const dshost::MediaInfo& info) {
 int RenderJob(const Options& options, const EffectSettings& settings, const Job& job, bool printResult) {
   InstallInterruptHandler();
   std::unique_ptr<dshost::MediaWriter> writer = OpenWriter(job);
+  // The output's temporary file exists before any GPU work, so an unwritable
+  // place fails now; what the writer warns about (an odd size for H.264)
+  // shows before the render too.
+  try {
+    writer->open(job.source.info.width, job.source.info.height);
+  } catch (const dshost::MediaError& error) {
+    throw CliError(kExitOutput, error.what());
+  }
+  size_t warningsShown = 0;
+  const auto showWarnings = [&] {
+    for (; warningsShown < writer->warnings().size(); ++warningsShown) {
+      if (!options.quiet) {
+        std::fprintf(stderr, "driftsmear: warning: %s\n", writer->warnings()[warningsShown].c_str());
+      }
+    }
+  };
+  showWarnings();
 
   const std::string modulePath = ResolveModulePath(options.module);
   CheckModule(modulePath);
@@ -87,18 +104,16 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
 
   // Whatever stopped the render, the frames written make a complete file.
   std::optional<CliError> failure = result.failure;
+  bool failedToFinish = false;
   try {
     writer->finish();
   } catch (const std::exception& error) {
     if (!failure) {
       failure.emplace(kExitOutput, error.what());
+      failedToFinish = true;
     }
   }
-  if (!options.quiet) {
-    for (const std::string& warning : writer->warnings()) {
-      std::fprintf(stderr, "driftsmear: warning: %s\n", warning.c_str());
-    }
-  }
+  showWarnings();
   if (options.stats) {
     std::printf("stats: frames=%lld rendered=%lld written=%lld decoded=%llu input_frames=%lld cache=%zu "
                 "seconds=%.3f fps=%.3f decode_seconds=%.3f render_seconds=%.3f encode_seconds=%.3f\n",
@@ -115,12 +130,19 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
                 (result.written == 1 ? "" : "s") + " done"
           : "; nothing was written";
   if (failure) {
-    throw CliError(failure->code(), failure->what() + (failure->code() == kExitOutput ? std::string() : kept));
+    // A video file that could not be written whole is removed; PNG frames
+    // already written stay.
+    const bool keptFrames =
+        failure->code() != kExitOutput || writer->format() == dshost::OutputFormat::PngSequence;
+    throw CliError(failure->code(), failure->what() + (failedToFinish ? std::string()
+                                                       : keptFrames   ? kept
+                                                                      : std::string("; nothing was kept")));
   }
   if (result.interrupted) {
-    std::fprintf(stderr, "driftsmear: interrupted after %lld of %lld frames%s\n",
+    std::fprintf(stderr, "driftsmear: %s after %lld of %lld frames%s\n",
+                 InterruptExitCode() == kExitTerminated ? "stopped (SIGTERM)" : "interrupted",
                  static_cast<long long>(result.written), static_cast<long long>(frames), kept.c_str());
-    return kExitInterrupted;
+    return InterruptExitCode();
   }
   if (!options.quiet) {
     std::fprintf(stderr, "driftsmear: wrote %lld frames in %s (%s fps)\n", static_cast<long long>(result.written),
@@ -154,9 +176,17 @@ int RunRender(const Options& options) {
   const fs::path input = PathFromUtf8(options.input);
   std::unique_ptr<dshost::MediaReader> reader;
   try {
-    reader = std::make_unique<dshost::MediaReader>(input);
+    dshost::ReaderOptions readerOptions;
+    readerOptions.allowGaps = options.allowGaps;
+    reader = std::make_unique<dshost::MediaReader>(input, readerOptions);
   } catch (const dshost::MediaError& error) {
     throw CliError(kExitInput, error.what());
+  }
+  if (!options.quiet) {
+    for (const std::string& warning : reader->warnings()) {
+      std::fprintf(stderr, "driftsmear: warning: %s%s\n", warning.c_str(),
+                   options.allowGaps ? "" : " (--allow-gaps holds the last frame over gaps instead)");
+    }
   }
   const dshost::MediaInfo& info = reader->info();
   if (info.frameCount <= 0 || info.width <= 0 || info.height <= 0) {

@@ -29,21 +29,19 @@ class ContainerSink final : public OutputSink {
  public:
   ContainerSink(const fs::path& final, OutputFormat format, const WriterOptions& options, int width, int height,
                 std::vector<std::string>& warnings)
-      : final_(final), part_(partNameFor(final)), options_(options), warnings_(warnings) {
+      : final_(final), temporary_(final), part_(temporary_.path()), options_(options), warnings_(warnings) {
     try {
       open(format, width, height);
     } catch (...) {
       output_.reset();
-      removeQuietly(part_);
+      temporary_.remove();
       throw;
     }
   }
 
   ~ContainerSink() override {
-    if (!completed_) {
-      output_.reset();
-      removeQuietly(part_);
-    }
+    output_.reset();
+    temporary_.remove();
   }
 
   void write(const ImageF& image, std::int64_t index) override {
@@ -52,21 +50,28 @@ class ContainerSink final : public OutputSink {
     frame_->pts = index;
     encode(frame_.get(), index);
     copyAudioUntil(static_cast<double>(index + 1) / options_.frameRate.toDouble());
+    // Hand what the muxer buffered to the system now, so that a full disk or
+    // a file size limit stops the render at this frame, not at the end.
+    avio_flush(output_->pb);
+    if (output_->pb->error < 0) fail("cannot write " + final_.string() + " at frame " + std::to_string(index), output_->pb->error);
   }
 
   void finish(std::int64_t frames) override {
     encode(nullptr, frames);
     copyAudioUntil(static_cast<double>(frames) / options_.frameRate.toDouble());
     int rc = av_write_trailer(output_.get());
-    if (rc < 0) fail("cannot finish " + part_.string(), rc);
-    output_.reset();    // closes the file
-    completed_ = true;  // the file is whole: keep it even if the rename below fails
-    moveIntoPlace(part_, final_, options_.overwrite);
+    if (rc >= 0) {
+      avio_flush(output_->pb);
+      rc = output_->pb->error;
+    }
+    if (rc < 0) fail("cannot finish " + final_.string(), rc);
+    output_.reset();  // closes the file
+    temporary_.publish(options_.overwrite);
   }
 
   void abandon() noexcept override {
     output_.reset();
-    removeQuietly(part_);
+    temporary_.remove();
   }
 
  private:
@@ -173,7 +178,7 @@ class ContainerSink final : public OutputSink {
       if (rc < 0) fail("cannot create " + part_.string(), rc);
     }
     rc = avformat_write_header(output_.get(), nullptr);
-    if (rc < 0) fail("cannot write the header of " + part_.string(), rc);
+    if (rc < 0) fail("cannot write the header of " + final_.string(), rc);
 
     frame_ = allocFrame();
     frame_->format = pixelFormat_;
@@ -277,7 +282,7 @@ class ContainerSink final : public OutputSink {
       av_packet_rescale_ts(packet_.get(), encoder_->time_base, video_->time_base);
       packet_->stream_index = video_->index;
       rc = av_interleaved_write_frame(output_.get(), packet_.get());
-      if (rc < 0) fail("cannot write " + part_.string(), rc);
+      if (rc < 0) fail("cannot write " + final_.string(), rc);
     }
   }
 
@@ -376,7 +381,7 @@ class ContainerSink final : public OutputSink {
       packet->stream_index = target->index;
       packet->pos = -1;
       const int rc = av_interleaved_write_frame(output_.get(), packet);
-      if (rc < 0) fail("cannot write audio to " + part_.string(), rc);
+      if (rc < 0) fail("cannot write audio to " + final_.string(), rc);
     }
   }
 
@@ -388,7 +393,9 @@ class ContainerSink final : public OutputSink {
     return 0.0;
   }
 
-  fs::path final_, part_;
+  fs::path final_;
+  TemporaryFile temporary_;
+  fs::path part_;
   WriterOptions options_;
   std::vector<std::string>& warnings_;
   OutputContextPtr output_;
@@ -410,7 +417,6 @@ class ContainerSink final : public OutputSink {
   bool audioHeld_ = false;  // audioPacket_ holds a packet read but not yet due
   std::vector<int> audioMap_;                 // source stream -> output stream, -1 when not copied
   std::vector<std::int64_t> audioOffset_;     // subtracted from the source's timestamps
-  bool completed_ = false;
 };
 
 }  // namespace

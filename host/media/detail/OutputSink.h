@@ -2,8 +2,10 @@
 // folder of PNG files. Internal to host/media.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,11 +26,52 @@ class OutputSink {
   virtual void abandon() noexcept = 0;
 };
 
-// Files are written as "<name>.part" and renamed when complete.
-std::filesystem::path partNameFor(const std::filesystem::path& file);
+// A render's own temporary file beside its final name:
+// "<name>.<pid>-<tag>.part". It is created exclusively, so two renders never
+// share one, and (POSIX) held under an exclusive lock for as long as this
+// process keeps it open. Another render tells a live temporary file from one
+// a killed render left behind by its lock and by whether its process runs.
+// Removed when destroyed unless published or kept.
+class TemporaryFile {
+ public:
+  // Creates the file. Throws MediaError(WriteFailed) naming the folder.
+  explicit TemporaryFile(const std::filesystem::path& final);
+  ~TemporaryFile();
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  // Writes all bytes at the current position. Throws MediaError(WriteFailed)
+  // with the system's reason (disk full, file too large, ...).
+  void write(const void* data, std::size_t size);
+  // Moves the file to its final name in one step. Without overwrite a file
+  // that took the name meanwhile stays: this one is then kept under a free
+  // name ("name (2).ext") and MediaError(OutputExists) says where.
+  void publish(bool overwrite);
+  // Deletes the file (nothing once published).
+  void remove() noexcept;
+
+ private:
+  void closeHandle() noexcept;
+
+  std::filesystem::path final_;
+  std::filesystem::path path_;
+  int fd_ = -1;
+  bool done_ = false;
+};
+
+// Temporary files that earlier renders left for names in `folder` for which
+// `belongs` holds: those of renders that no longer run are deleted; the
+// process ids of the live ones are returned.
+std::vector<long> sweepTemporaries(const std::filesystem::path& folder,
+                                   const std::function<bool(const std::string& finalName)>& belongs);
+
+// Moves `from` to `to` in one step. Without overwrite it fails, returning
+// false, when `to` exists (also when it appears at the same moment); other
+// failures throw MediaError(WriteFailed).
+bool publishFile(const std::filesystem::path& from, const std::filesystem::path& to, bool overwrite);
+
 void removeQuietly(const std::filesystem::path& file);
-// Moves a finished file to its name, replacing an older one only when allowed.
-void moveIntoPlace(const std::filesystem::path& part, const std::filesystem::path& final, bool overwrite);
 
 std::unique_ptr<OutputSink> makePngSequenceSink(SequencePattern pattern, const WriterOptions& options, int width,
                                                 int height, std::vector<std::string>& warnings);

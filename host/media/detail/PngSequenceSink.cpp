@@ -1,4 +1,4 @@
-#include <fstream>
+#include <stb_image_write.h>
 
 #include "host/media/ImageFile.h"
 #include "host/media/MediaError.h"
@@ -20,6 +20,10 @@ class PngSequenceSink final : public OutputSink {
   PngSequenceSink(SequencePattern pattern, const WriterOptions& options, int width, int height,
                   std::vector<std::string>& warnings)
       : pattern_(std::move(pattern)), options_(options), width_(width), height_(height) {
+    // Frames a killed render was writing; the ones of renders still running stay.
+    sweepTemporaries(pattern_.folder(), [this](const std::string& name) { return pattern_.numberOf(name).has_value(); });
+    // A file made and removed again: an unwritable folder shows now, before any frame is rendered.
+    TemporaryFile(pattern_.fileFor(options_.sequenceStartNumber)).remove();
     if (options_.overwrite) {
       for (std::int64_t n : pattern_.existingNumbers()) removeQuietly(pattern_.fileFor(n));
     }
@@ -51,13 +55,16 @@ class PngSequenceSink final : public OutputSink {
 
   void write(const ImageF& image, std::int64_t index) override {
     const fs::path file = pattern_.fileFor(options_.sequenceStartNumber + index);
-    const fs::path part = partNameFor(file);
+    TemporaryFile part(file);
 #if DRIFTSMEAR_HAVE_FFMPEG
     encodeTo(image, part, file);
 #else
-    writePng8(image, part);
+    writeWithStb(image, part);
 #endif
-    moveIntoPlace(part, file, true);
+    if (!publishFile(part.path(), file, options_.overwrite)) {
+      throw MediaError(MediaErrc::OutputExists,
+                       file.string() + " appeared while rendering (another render?); stopped before replacing it");
+    }
     written_.push_back(file);
   }
 
@@ -70,7 +77,7 @@ class PngSequenceSink final : public OutputSink {
 
  private:
 #if DRIFTSMEAR_HAVE_FFMPEG
-  void encodeTo(const ImageF& image, const fs::path& part, const fs::path& file) {
+  void encodeTo(const ImageF& image, TemporaryFile& part, const fs::path& file) {
     if (av_frame_make_writable(frame_.get()) < 0) throw std::bad_alloc();
     const bool alpha = options_.alpha;
     for (int y = 0; y < height_; ++y) {
@@ -88,19 +95,40 @@ class PngSequenceSink final : public OutputSink {
     int rc = avcodec_send_frame(codec_.get(), frame_.get());
     if (rc >= 0) rc = avcodec_receive_packet(codec_.get(), packet_.get());
     if (rc < 0) throw MediaError(MediaErrc::WriteFailed, "cannot encode " + file.string() + ": " + avErrorText(rc));
-    std::ofstream out(part, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(packet_->data), packet_->size);
-    out.close();
-    av_packet_unref(packet_.get());
-    if (!out) {
-      removeQuietly(part);
-      throw MediaError(MediaErrc::WriteFailed, "cannot write " + part.string());
+    try {
+      part.write(packet_->data, static_cast<std::size_t>(packet_->size));
+    } catch (...) {
+      av_packet_unref(packet_.get());
+      throw;
     }
+    av_packet_unref(packet_.get());
   }
 
   CodecContextPtr codec_;
   FramePtr frame_;
   PacketPtr packet_;
+#else
+  static void writeWithStb(const ImageF& image, TemporaryFile& part) {
+    std::vector<std::uint8_t> rgba(image.pixelCount() * 4);
+    packRgba8(image, rgba.data(), static_cast<std::ptrdiff_t>(image.width) * 4);
+    struct Target {
+      TemporaryFile* file;
+      std::string error;
+    } target{&part, {}};
+    const auto put = [](void* context, void* data, int size) {
+      auto* t = static_cast<Target*>(context);
+      if (!t->error.empty()) return;
+      try {
+        t->file->write(data, static_cast<std::size_t>(size));
+      } catch (const MediaError& e) {
+        t->error = e.what();
+      }
+    };
+    if (!stbi_write_png_to_func(put, &target, image.width, image.height, 4, rgba.data(), image.width * 4) ||
+        !target.error.empty()) {
+      throw MediaError(MediaErrc::WriteFailed, target.error.empty() ? "cannot encode a PNG frame" : target.error);
+    }
+  }
 #endif
   SequencePattern pattern_;
   WriterOptions options_;
