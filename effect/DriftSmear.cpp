@@ -180,6 +180,30 @@ void RegisterWithAfterEffects(PF_InData* in_data, PF_OutData* out_data, GlobalDa
   out_data->out_flags2 |= PF_OutFlag2_SUPPORTS_GPU_RENDER_F32;
 }
 
+// Frees the global data handle, the about-image record it points to and the
+// record's pixel handle. A handle the host cannot lock still has its memory
+// behind the master pointer; the record is taken from there so that it is
+// not lost with the handle.
+void FreeGlobalData(const PF_HandleSuite1* handles, PF_Handle globalData) {
+  if (globalData == nullptr) {
+    return;
+  }
+  std::unique_ptr<AboutImage> aboutImage;
+  {
+    HostHandleLock globalLock(handles, globalData);
+    auto* global = globalLock.get() != nullptr ? globalLock.as<GlobalData>() : static_cast<GlobalData*>(*globalData);
+    if (global != nullptr) {
+      aboutImage.reset(global->aboutImage);
+      global->aboutImage = nullptr;
+    }
+    if (aboutImage != nullptr && aboutImage->pixels != nullptr) {
+      handles->host_dispose_handle(aboutImage->pixels);
+      aboutImage->pixels = nullptr;
+    }
+  }
+  handles->host_dispose_handle(globalData);
+}
+
 }  // namespace
 
 PF_Err GlobalSetup(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* /*params*/[], PF_LayerDef* /*output*/) {
@@ -216,19 +240,29 @@ PF_Err GlobalSetup(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* /*para
   global->pluginId = 0;
   global->reserved = 0;
 
-  auto aboutImage = std::make_unique<AboutImage>();
-  if (LoadAboutImage(in_data, aboutImage.get()) == PF_Err_NONE) {
-    global->aboutImage = aboutImage.release();
-  } else {
-    DRIFTSMEAR_LOG_ERROR("GlobalSetup", "Error loading about image");
-    PF_STRCPY(out_data->return_msg, "Cannot Load Image");
-    out_data->out_flags |= PF_OutFlag_DISPLAY_ERROR_MESSAGE;
-  }
+  // A host does not send the setdown after a failed setup, so a step that
+  // fails from here on releases the global data, the about image and its
+  // pixels before the error goes back.
+  try {
+    auto aboutImage = std::make_unique<AboutImage>();
+    if (LoadAboutImage(in_data, aboutImage.get()) == PF_Err_NONE) {
+      global->aboutImage = aboutImage.release();
+    } else {
+      DRIFTSMEAR_LOG_ERROR("GlobalSetup", "Error loading about image");
+      PF_STRCPY(out_data->return_msg, "Cannot Load Image");
+      out_data->out_flags |= PF_OutFlag_DISPLAY_ERROR_MESSAGE;
+    }
 
-  if (IsPremiere(in_data)) {
-    DeclarePremierePixelFormats(in_data, out_data);
-  } else {
-    RegisterWithAfterEffects(in_data, out_data, global);
+    if (IsPremiere(in_data)) {
+      DeclarePremierePixelFormats(in_data, out_data);
+    } else {
+      RegisterWithAfterEffects(in_data, out_data, global);
+    }
+  } catch (...) {
+    globalLock.Unlock();
+    FreeGlobalData(handles.get(), out_data->global_data);
+    out_data->global_data = nullptr;
+    throw;
   }
 
   AnalyticsStart();
@@ -242,19 +276,7 @@ PF_Err GlobalSetdown(PF_InData* in_data, PF_OutData* /*out_data*/, PF_ParamDef* 
     return PF_Err_NONE;
   }
   ScopedSuite<PF_HandleSuite1> handles(in_data, kPFHandleSuite, kPFHandleSuiteVersion1);
-  std::unique_ptr<AboutImage> aboutImage;
-  {
-    HostHandleLock globalLock(handles.get(), in_data->global_data);
-    if (auto* global = globalLock.as<GlobalData>()) {
-      aboutImage.reset(global->aboutImage);
-      global->aboutImage = nullptr;
-    }
-    if (aboutImage != nullptr && aboutImage->pixels != nullptr) {
-      handles->host_dispose_handle(aboutImage->pixels);
-      aboutImage->pixels = nullptr;
-    }
-  }
-  handles->host_dispose_handle(in_data->global_data);
+  FreeGlobalData(handles.get(), in_data->global_data);
   return PF_Err_NONE;
 }
 

@@ -40,16 +40,21 @@ EffectHost::EffectHost(const std::string& modulePath, HostApp app)
 
 EffectHost::~EffectHost() = default;
 
-PF_Err EffectHost::Call(PF_Cmd cmd, PF_ParamDef* params[], PF_LayerDef* output, void* extra) {
+PF_Err EffectHost::CallOn(PF_Cmd cmd, PF_InData& in, PF_OutData& out, PF_ParamDef* params[], PF_LayerDef* output,
+                          void* extra) {
   HostScope scope(runtime_);
   runtime_.faults().Hit("EffectMain");
+  out = PF_OutData{};
+  out.global_data = globalData_;
+  in.global_data = globalData_;
+  return entry_(cmd, &in, &out, params, output, extra);
+}
+
+PF_Err EffectHost::Call(PF_Cmd cmd, PF_ParamDef* params[], PF_LayerDef* output, void* extra) {
   if (cmd == PF_Cmd_PARAMS_SETUP) {
     parameters_.Reset();
   }
-  outData_ = PF_OutData{};
-  outData_.global_data = globalData_;
-  inData_.global_data = globalData_;
-  const PF_Err err = entry_(cmd, &inData_, &outData_, params, output, extra);
+  const PF_Err err = CallOn(cmd, inData_, outData_, params, output, extra);
   if (cmd == PF_Cmd_GLOBAL_SETUP) {
     globalData_ = outData_.global_data;
   } else if (cmd == PF_Cmd_GLOBAL_SETDOWN) {

@@ -34,6 +34,12 @@ class EffectHost {
   // plug-in's result. The global data the plug-in set up is passed back to it
   // on every later call.
   PF_Err Call(PF_Cmd cmd, PF_ParamDef* params[] = nullptr, PF_LayerDef* output = nullptr, void* extra = nullptr);
+  // Sends a render command with the caller's own input and output records,
+  // as a render thread of a host that renders several frames at once does;
+  // safe to call from several threads while no other command is sent. The
+  // global data is passed as with Call; `out` starts fresh.
+  PF_Err CallOn(PF_Cmd cmd, PF_InData& in, PF_OutData& out, PF_ParamDef* params[] = nullptr,
+                PF_LayerDef* output = nullptr, void* extra = nullptr);
 
   // The input record sent with the next call; tests may change its fields.
   PF_InData& in_data() { return inData_; }

@@ -1,7 +1,11 @@
 #include "host/RenderSession.h"
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstring>
+#include <exception>
+#include <thread>
 
 #include "AE_EffectCB.h"
 #include "host/gpu/GpuHost.h"
@@ -162,8 +166,7 @@ void RenderSession::SetParameter(A_long diskId, double value) { host_->parameter
 
 double RenderSession::Parameter(A_long diskId) const { return host_->parameters().ValueById(diskId); }
 
-void RenderSession::PrepareTimes(const FrameSource& clip, A_long time) {
-  PF_InData& in = host_->in_data();
+void RenderSession::PrepareTimes(PF_InData& in, const FrameSource& clip, A_long time) {
   in.current_time = time;
   in.time_step = clip.frameDuration();
   in.local_time_step = clip.frameDuration();
@@ -175,6 +178,8 @@ void RenderSession::PrepareTimes(const FrameSource& clip, A_long time) {
   in.downsample_y = PF_RationalScale{1, 1};
 }
 
+void RenderSession::PrepareTimes(const FrameSource& clip, A_long time) { PrepareTimes(host_->in_data(), clip, time); }
+
 ImageF RenderSession::RenderFrame(const FrameSource& clip, A_long time, GpuFrameFormat format) {
   switch (options_.app) {
     case HostApp::AfterEffects:
@@ -185,7 +190,49 @@ ImageF RenderSession::RenderFrame(const FrameSource& clip, A_long time, GpuFrame
   throw HostError("unknown host application");
 }
 
-ImageF RenderSession::RenderPremiere(const FrameSource& clip, A_long time, GpuFrameFormat format) {
+std::vector<ImageF> RenderSession::RenderFrames(const FrameSource& clip, const std::vector<A_long>& times,
+                                                int threads, GpuFrameFormat format) {
+  std::vector<ImageF> images(times.size());
+  std::vector<std::exception_ptr> failures(times.size());
+  std::atomic<size_t> next{0};
+  const auto work = [&] {
+    for (size_t i = next++; i < times.size(); i = next++) {
+      try {
+        if (options_.app == HostApp::Premiere) {
+          images[i] = RenderPremiere(clip, times[i], format, nullptr);
+        } else {
+          PF_InData in = host_->in_data();
+          PrepareTimes(in, clip, times[i]);
+          images[i] = RenderAfterEffectsOn(in, clip, format, nullptr, nullptr);
+        }
+      } catch (...) {
+        failures[i] = std::current_exception();
+      }
+    }
+  };
+  const int workers = std::clamp<int>(threads, 1, static_cast<int>(std::max<size_t>(times.size(), 1)));
+  if (workers == 1) {
+    work();
+  } else {
+    std::vector<std::thread> pool;
+    pool.reserve(static_cast<size_t>(workers));
+    for (int t = 0; t < workers; ++t) {
+      pool.emplace_back(work);
+    }
+    for (std::thread& thread : pool) {
+      thread.join();
+    }
+  }
+  for (const std::exception_ptr& failure : failures) {
+    if (failure) {
+      std::rethrow_exception(failure);
+    }
+  }
+  return images;
+}
+
+ImageF RenderSession::RenderPremiere(const FrameSource& clip, A_long time, GpuFrameFormat format,
+                                     PremiereRenderLog* log) {
   if (!premiere_) {
     throw HostError("the render session is closed");
   }
@@ -193,51 +240,75 @@ ImageF RenderSession::RenderPremiere(const FrameSource& clip, A_long time, GpuFr
       format == GpuFrameFormat::Half16 ? PrPixelFormat_GPU_BGRA_4444_16f : PrPixelFormat_GPU_BGRA_4444_32f;
   PremiereRenderOptions options;
   options.sequenceStartFrame = options_.sequenceStartFrame;
-  return RenderPremiereFrame(*premiere_, options_.deviceIndex, clip, time, pixelFormat, options, &lastPremiereRender_);
+  return RenderPremiereFrame(*premiere_, options_.deviceIndex, clip, time, pixelFormat, options, log);
+}
+
+ImageF RenderSession::RenderPremiere(const FrameSource& clip, A_long time, GpuFrameFormat format) {
+  return RenderPremiere(clip, time, format, &lastPremiereRender_);
 }
 
 ImageF RenderSession::RenderAfterEffects(const FrameSource& clip, A_long time, GpuFrameFormat format) {
+  PrepareTimes(clip, time);
+  lastTimes_ = RenderTimes{};
+  return RenderAfterEffectsOn(host_->in_data(), clip, format, &lastRender_, &lastTimes_);
+}
+
+ImageF RenderSession::RenderAfterEffectsOn(PF_InData& in, const FrameSource& clip, GpuFrameFormat format,
+                                           SmartRenderLog* log, RenderTimes* times) {
   if (!deviceSetUp_) {
     throw HostError("the render session is closed");
   }
-  PrepareTimes(clip, time);
   device_->MakeCurrent();
   GpuHost& gpu = host_->gpu();
   SmartRenderRequest request(gpu, clip, SmartRenderRequest::Target::Gpu, options_.deviceIndex,
                              PixelFormatOf(format));
   ActiveRequestScope active(gpu, request);
-  lastTimes_ = RenderTimes{};
+  RenderTimes spent;
+  PF_OutData out{};
   using Clock = std::chrono::steady_clock;
   const auto seconds = [](Clock::time_point from) {
     return std::chrono::duration<double>(Clock::now() - from).count();
   };
+  // The log and times of the request are kept whatever way the render ends.
+  struct Keep {
+    SmartRenderRequest& request;
+    SmartRenderLog* log;
+    RenderTimes* times;
+    RenderTimes& spent;
+    ~Keep() {
+      if (log != nullptr) {
+        *log = request.Log();
+        spent.callbacks = log->callbackSeconds;
+      }
+      if (times != nullptr) {
+        *times = spent;
+      }
+    }
+  } keep{request, log, times, spent};
 
   auto start = Clock::now();
-  PF_Err err = host_->Call(PF_Cmd_SMART_PRE_RENDER, nullptr, nullptr,
-                           request.PreRenderExtra(gpuData_, device_->framework()));
-  lastTimes_.preRender = seconds(start);
+  PF_Err err = host_->CallOn(PF_Cmd_SMART_PRE_RENDER, in, out, nullptr, nullptr,
+                             request.PreRenderExtra(gpuData_, device_->framework()));
+  spent.preRender = seconds(start);
   if (err != PF_Err_NONE) {
-    lastRender_ = request.Log();
-    throw MakeError(PF_Cmd_SMART_PRE_RENDER, err, host_->out_data());
+    throw MakeError(PF_Cmd_SMART_PRE_RENDER, err, out);
   }
   start = Clock::now();
-  err = host_->Call(PF_Cmd_SMART_RENDER_GPU, nullptr, nullptr,
-                    request.SmartRenderExtra(gpuData_, device_->framework()));
-  lastTimes_.render = seconds(start);
-  lastRender_ = request.Log();
-  lastTimes_.callbacks = lastRender_.callbackSeconds;
+  err = host_->CallOn(PF_Cmd_SMART_RENDER_GPU, in, out, nullptr, nullptr,
+                      request.SmartRenderExtra(gpuData_, device_->framework()));
+  spent.render = seconds(start);
   if (err != PF_Err_NONE) {
-    throw MakeError(PF_Cmd_SMART_RENDER_GPU, err, host_->out_data());
+    throw MakeError(PF_Cmd_SMART_RENDER_GPU, err, out);
   }
   if (request.output() == nullptr) {
     throw RenderError(PF_Cmd_SMART_RENDER_GPU, PF_Err_NONE, {}, "the effect rendered without an output");
   }
   start = Clock::now();
   device_->Finish();
-  lastTimes_.finish = seconds(start);
+  spent.finish = seconds(start);
   start = Clock::now();
   ImageF image = gpu.Download(request.output());
-  lastTimes_.download = seconds(start);
+  spent.download = seconds(start);
   return image;
 }
 

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "AE_Effect.h"
 #include "host/EffectHost.h"
@@ -80,6 +81,16 @@ class RenderSession {
   // Renders the frame of `clip` at `time` (in the clip's time scale). Throws
   // RenderError when the effect fails the render; the output is then not read.
   ImageF RenderFrame(const FrameSource& clip, A_long time, GpuFrameFormat format = GpuFrameFormat::Float32);
+  // Renders the frames of `clip` at `times` from `threads` render threads at
+  // once on the session's one device, as After Effects' multi-frame rendering
+  // does: every thread sends its own commands with its own input and output
+  // records and checkouts, and all of them share the device's GPU data.
+  // Under Premiere the threads render on the device's one filter instance.
+  // Images come back in the order of `times`; the first failing frame's
+  // error is thrown once every thread has finished. lastRender() and
+  // lastRenderTimes() are not updated.
+  std::vector<ImageF> RenderFrames(const FrameSource& clip, const std::vector<A_long>& times, int threads,
+                                   GpuFrameFormat format = GpuFrameFormat::Float32);
 
   // Asks for a CPU render of the frame, which the effect refuses with a
   // message; returns the render command's result.
@@ -118,8 +129,14 @@ class RenderSession {
   void SetUpAfterEffects();
   void SetUpPremiere();
   ImageF RenderPremiere(const FrameSource& clip, A_long time, GpuFrameFormat format);
+  ImageF RenderPremiere(const FrameSource& clip, A_long time, GpuFrameFormat format, PremiereRenderLog* log);
+  static void PrepareTimes(PF_InData& in, const FrameSource& clip, A_long time);
   void PrepareTimes(const FrameSource& clip, A_long time);
   ImageF RenderAfterEffects(const FrameSource& clip, A_long time, GpuFrameFormat format);
+  // One After Effects render with these input records; the log and times
+  // are filled when given.
+  ImageF RenderAfterEffectsOn(PF_InData& in, const FrameSource& clip, GpuFrameFormat format, SmartRenderLog* log,
+                              RenderTimes* times);
   // Sends the takedown commands that are due; `strict` throws the first
   // failure as RenderError.
   void TakeDown(bool strict);

@@ -57,10 +57,18 @@ PF_Err GPUDeviceSetup(PF_InData* in_data, PF_OutData* out_data, PF_GPUDeviceSetu
   auto* list = static_cast<KernelList*>(*listHandle);
   std::memset(list, 0, sizeof(KernelList));
 
-  err = InitializeGPU(TranslateFramework(extra->input->what_gpu), list, device.devicePV, device.contextPV);
+  const GPUFramework framework = TranslateFramework(extra->input->what_gpu);
+  err = InitializeGPU(framework, list, device.devicePV, device.contextPV);
   if (err == PF_Err_NONE) {
     extra->output->gpu_data = listHandle;
     out_data->out_flags2 = PF_OutFlag2_SUPPORTS_GPU_RENDER_F32;
+  } else {
+    // A failed setup keeps no private data for the device, so nothing would
+    // ever release what it made: the kernel created before the failure (and
+    // with it the program) and the list's handle go now. The host sees the
+    // same result, an error and no private data.
+    GPUDispose(framework, list);
+    handles->host_dispose_handle(listHandle);
   }
   return err;
 }

@@ -1,11 +1,14 @@
 #include "render/DriftSmear_AePrGPU_Functions.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <regex>
 #include <sstream>
 #include <type_traits>
@@ -146,6 +149,77 @@ PF_Err EnqueueKernel(cl_command_queue queue, cl_kernel kernel, const std::size_t
   return PF_Err_NONE;
 }
 
+// The hosts render several frames at once on one device, and every render
+// thread uses the device's two kernel objects. OpenCL lets only one thread at
+// a time set a kernel's arguments and enqueue it, so setting the arguments and
+// enqueueing one pass happen under a lock of the device's kernel list. The
+// lock is never held while waiting for the device: an enqueue returns as soon
+// as the pass is queued, and the arguments are captured at that moment. A
+// small fixed set of locks, chosen by the list's address, serves every device
+// and needs no setup or teardown.
+std::mutex& KernelListLock(const KernelList* list) {
+  static std::mutex locks[16];
+  return locks[std::hash<const void*>{}(list) % std::size(locks)];
+}
+
+template <typename... Args>
+PF_Err SetArgsAndEnqueue(const KernelList* list, cl_command_queue queue, cl_kernel kernel, const std::size_t global[2],
+                         const std::size_t local[2], cl_int bufferStatus, const Args&... args) {
+  std::lock_guard<std::mutex> lock(KernelListLock(list));
+  PF_Err status = SetKernelArgs(kernel, bufferStatus, args...);
+  if (status == PF_Err_NONE) {
+    status = EnqueueKernel(queue, kernel, global, local);
+  }
+  return status;
+}
+
+// The OpenCL resize pass sees a square source of side inWidth (see
+// RenderOpenCL), so a source wider than it is tall has rows read past its
+// last one. The number of source rows the pass reads: output rows run from
+// 0 to outHeight - 1 and source row y - offsetY is read while it is below
+// inWidth.
+int64_t ResizeRowsRead(const ResizeKernelSizes& resize) {
+  const int64_t rows = std::min<int64_t>(resize.inWidth, static_cast<int64_t>(resize.outHeight) - resize.offsetY);
+  return std::max<int64_t>(rows, 0);
+}
+
+// A copy of a source that the resize pass would read past, padded with
+// transparent black rows up to every row it reads; null when the source
+// itself holds every byte the pass reads. The copy is released when the
+// holder goes, which OpenCL defers until the queued passes using it are done.
+PF_Err PaddedResizeSource(cl_context context, cl_command_queue queue, cl_mem source, const ResizeKernelSizes& resize,
+                          BufferHolder& padded) {
+  const int64_t rows = ResizeRowsRead(resize);
+  if (rows <= resize.inHeight || resize.inWidth <= 0 || resize.srcPitch <= 0) {
+    return PF_Err_NONE;
+  }
+  const int64_t pixelBytes = resize.is16f != 0 ? 8 : 16;
+  const auto needed = static_cast<std::size_t>(rows * resize.srcPitch * pixelBytes);
+  std::size_t sourceBytes = 0;
+  if (DRIFTSMEAR_OPENCL_FAILED("GPURender",
+                               clGetMemObjectInfo(source, CL_MEM_SIZE, sizeof(sourceBytes), &sourceBytes, nullptr))) {
+    return kFailure;
+  }
+  const std::size_t frameBytes =
+      std::min(sourceBytes, static_cast<std::size_t>(std::max<int64_t>(resize.inHeight, 0) * resize.srcPitch * pixelBytes));
+  cl_int err = CL_SUCCESS;
+  padded.reset(clCreateBuffer(context, CL_MEM_READ_WRITE, needed, nullptr, &err));
+  if (DRIFTSMEAR_OPENCL_FAILED("GPURender", err)) {
+    return kFailure;
+  }
+  const cl_uchar zero = 0;
+  if (frameBytes > 0 &&
+      DRIFTSMEAR_OPENCL_FAILED("GPURender", clEnqueueCopyBuffer(queue, source, padded.get(), 0, 0, frameBytes, 0,
+                                                                nullptr, nullptr))) {
+    return kFailure;
+  }
+  if (DRIFTSMEAR_OPENCL_FAILED("GPURender", clEnqueueFillBuffer(queue, padded.get(), &zero, sizeof(zero), frameBytes,
+                                                                needed - frameBytes, 0, nullptr, nullptr))) {
+    return kFailure;
+  }
+  return PF_Err_NONE;
+}
+
 PF_Err RenderOpenCL(const KernelList* list, cl_context context, cl_command_queue queue, cl_mem prevFrame,
                     cl_mem curFrame, cl_mem intermediate, cl_mem dst, const KernelData* kernelData,
                     const MainKernelSizes& main, const ResizeKernelSizes& resize, int32_t blockSize, bool resizePass) {
@@ -183,12 +257,20 @@ PF_Err RenderOpenCL(const KernelList* list, cl_context context, cl_command_queue
     // The resize pass sees a square source of side inWidth and a square
     // destination of side outHeight: arguments 5 to 8 repeat those two values
     // instead of carrying inHeight and outWidth. The CUDA path passes all four.
-    PF_Err status = SetKernelArgs(resizeEntry.kernel, bufferStatus, curFrame, intermediate, resize.srcPitch,
-                                  resize.dstPitch, resize.is16f, resize.inWidth, resize.inWidth, resize.outHeight,
-                                  resize.outHeight, resize.offsetX, resize.offsetY);
-    if (status == PF_Err_NONE) {
-      status = EnqueueKernel(queue, resizeEntry.kernel, global, local);
+    // Where that square reaches below the source's last row, the pass reads a
+    // copy padded with transparent black instead of memory past the source:
+    // the pixels inside the source are the same, and nothing outside any
+    // buffer is read. Its writes stay inside the intermediate buffer, since
+    // the pass runs over the destination's own width and height.
+    BufferHolder padded;
+    PF_Err status = PaddedResizeSource(context, queue, curFrame, resize, padded);
+    if (status != PF_Err_NONE) {
+      return status;
     }
+    cl_mem source = padded ? padded.get() : curFrame;
+    status = SetArgsAndEnqueue(list, queue, resizeEntry.kernel, global, local, bufferStatus, source, intermediate,
+                               resize.srcPitch, resize.dstPitch, resize.is16f, resize.inWidth, resize.inWidth,
+                               resize.outHeight, resize.outHeight, resize.offsetX, resize.offsetY);
     if (status != PF_Err_NONE) {
       return status;
     }
@@ -196,21 +278,64 @@ PF_Err RenderOpenCL(const KernelList* list, cl_context context, cl_command_queue
   }
 
   cl_mem paramsBuffer = params.get();
-  PF_Err status = SetKernelArgs(mainEntry.kernel, bufferStatus, prevFrame, currentInput, dst, paramsBuffer,
-                                main.prePitch, main.curPitch, main.dstPitch, main.is16f, main.width, main.height);
-  if (status == PF_Err_NONE) {
-    status = EnqueueKernel(queue, mainEntry.kernel, global, local);
-  }
-  return status;
+  return SetArgsAndEnqueue(list, queue, mainEntry.kernel, global, local, bufferStatus, prevFrame, currentInput, dst,
+                           paramsBuffer, main.prePitch, main.curPitch, main.dstPitch, main.is16f, main.width,
+                           main.height);
 }
 
 #if DRIFTSMEAR_HAS_CUDA
+// The device copy of the parameter record, one per render thread and CUDA
+// device, allocated on the thread's first pass on that device and reused by
+// every later one: a pass synchronises before it returns, so the next pass of
+// the same thread may overwrite it, and no other thread ever touches it. The
+// copies are freed when the thread ends.
+class ThreadRecordBuffers {
+ public:
+  ~ThreadRecordBuffers() {
+    for (const auto& [device, memory] : buffers_) {
+      int current = -1;
+      if (cudaGetDevice(&current) == cudaSuccess && current != device) {
+        cudaSetDevice(device);
+      }
+      cudaFree(memory);
+    }
+  }
+  // The calling thread's copy on the current device; null when the
+  // allocation failed (logged).
+  void* ForCurrentDevice() {
+    int device = 0;
+    if (DRIFTSMEAR_CUDA_FAILED("GPURender", cudaGetDevice(&device))) {
+      cudaGetLastError();
+      return nullptr;
+    }
+    const auto found = buffers_.find(device);
+    if (found != buffers_.end()) {
+      return found->second;
+    }
+    void* memory = nullptr;
+    if (DRIFTSMEAR_CUDA_FAILED("GPURender", cudaMalloc(&memory, sizeof(KernelData)))) {
+      cudaGetLastError();
+      return nullptr;
+    }
+    buffers_.emplace(device, memory);
+    return memory;
+  }
+
+ private:
+  std::map<int, void*> buffers_;
+};
+
+// Checks a launch. Reading the error also clears it, so one failed pass does
+// not fail every later pass of the same thread.
+bool LaunchFailed(int line) { return CUDAFailed(cudaGetLastError(), "GPURender", line); }
+
 PF_Err RenderCUDA(void* prevFrame, void* curFrame, void* intermediate, void* dst, const KernelData* kernelData,
                   const MainKernelSizes& main, const ResizeKernelSizes& resize, int32_t blockSize, bool resizePass) {
-  // The record's device copy lives for this call only. A failed allocation
-  // stops here: launching with no record would fault on the device.
-  void* deviceData = nullptr;
-  if (DRIFTSMEAR_CUDA_FAILED("GPURender", cudaMalloc(&deviceData, sizeof(KernelData)))) {
+  // A failed allocation stops here: launching with no record would fault on
+  // the device.
+  thread_local ThreadRecordBuffers recordBuffers;
+  void* deviceData = recordBuffers.ForCurrentDevice();
+  if (deviceData == nullptr) {
     return kFailure;
   }
   cudaMemcpy(deviceData, kernelData, sizeof(KernelData), cudaMemcpyHostToDevice);
@@ -223,7 +348,7 @@ PF_Err RenderCUDA(void* prevFrame, void* curFrame, void* intermediate, void* dst
                       resize.dstPitch, resize.is16f, static_cast<unsigned int>(resize.inWidth),
                       static_cast<unsigned int>(resize.inHeight), static_cast<unsigned int>(resize.outWidth),
                       static_cast<unsigned int>(resize.outHeight), resize.offsetX, resize.offsetY, block);
-    if (DRIFTSMEAR_CUDA_FAILED("GPURender", cudaPeekAtLastError())) {
+    if (LaunchFailed(__LINE__)) {
       status = kFailure;
     }
     currentInput = intermediate;
@@ -233,11 +358,10 @@ PF_Err RenderCUDA(void* prevFrame, void* curFrame, void* intermediate, void* dst
                     static_cast<float*>(dst), static_cast<KernelData*>(deviceData), main.prePitch, main.curPitch,
                     main.dstPitch, main.is16f, static_cast<unsigned int>(main.width),
                     static_cast<unsigned int>(main.height), block);
-    if (DRIFTSMEAR_CUDA_FAILED("GPURender", cudaPeekAtLastError())) {
+    if (LaunchFailed(__LINE__)) {
       status = kFailure;
     }
   }
-  cudaFree(deviceData);
   return status;
 }
 #endif

@@ -1,6 +1,7 @@
 #include "host/gpu/GpuHost.h"
 
 #include <cmath>
+#include <thread>
 #include <cstring>
 #include <limits>
 
@@ -403,12 +404,17 @@ ImageF GpuHost::Download(const PF_EffectWorld* world) {
 
 void GpuHost::SetActiveRequest(SmartRenderRequest* request) {
   std::lock_guard<std::mutex> lock(mutex_);
-  activeRequest_ = request;
+  if (request != nullptr) {
+    activeRequests_[std::this_thread::get_id()] = request;
+  } else {
+    activeRequests_.erase(std::this_thread::get_id());
+  }
 }
 
 SmartRenderRequest* GpuHost::ActiveRequest() const {
   std::lock_guard<std::mutex> lock(mutex_);
-  return activeRequest_;
+  const auto found = activeRequests_.find(std::this_thread::get_id());
+  return found != activeRequests_.end() ? found->second : nullptr;
 }
 
 void* GpuHost::AllocateDeviceMemory(uint32_t deviceIndex, std::size_t bytes) {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "AE_Effect.h"
@@ -93,6 +94,9 @@ class GpuHost {
   ImageF Download(const PF_EffectWorld* world);
 
   // ---- Smart render ------------------------------------------------------------
+  // The request whose callbacks the calling thread is served with: several
+  // render threads each have their own, as in After Effects' multi-frame
+  // rendering.
   void SetActiveRequest(SmartRenderRequest* request);
   SmartRenderRequest* ActiveRequest() const;
 
@@ -107,7 +111,7 @@ class GpuHost {
   std::map<uint32_t, std::unique_ptr<GpuDevice>> devices_;
   std::map<const PF_EffectWorld*, std::unique_ptr<HostWorld>> worlds_;
   std::map<void*, DeviceBuffer> deviceAllocations_;
-  SmartRenderRequest* activeRequest_ = nullptr;
+  std::map<std::thread::id, SmartRenderRequest*> activeRequests_;
 };
 
 }  // namespace dshost

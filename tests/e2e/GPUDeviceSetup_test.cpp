@@ -66,8 +66,10 @@ class GPUDeviceRefusal : public ::testing::Test {
 };
 
 TEST_F(GPUDeviceRefusal, MetalAndUnknownFrameworksAreRefusedAndTakedownThenDoesNothing) {
+  const size_t handles = ae_.host().runtime().LiveHandles();
   EXPECT_EQ(ae_.SetUpDevice(index_, PF_GPU_Framework_METAL), PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(ae_.gpuData(), nullptr);
+  EXPECT_EQ(ae_.host().runtime().LiveHandles(), handles) << "the refused device's kernel list is freed";
   EXPECT_EQ(ae_.host().out_data().out_flags2, 0) << "the device is not accepted";
   EXPECT_EQ(LinesContaining(ae_.Log(), ":InitializeGPU] :: Metal is not available").size(), 1u);
   EXPECT_EQ(ae_.TakeDownDevice(), PF_Err_NONE);

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #ifndef _WIN32
@@ -342,6 +343,74 @@ TEST_F(DeviceLayer, TheOpenCLResizePassSeesInWidthAndOutHeightTwice) {
   // The main kernel read the placed frame, not the source.
   EXPECT_EQ(At(out, dst, 5, 3)[2], At(placed, intermediate, 5, 3)[0]);
   EXPECT_EQ(At(out, dst, 40, 3)[2], 7.0f);
+}
+
+TEST_F(DeviceLayer, AWideSourceIsReadNoFurtherThanItsLastRow) {
+  ASSERT_EQ(Initialize(), PF_Err_NONE);
+  // A 48 x 16 source at (8, 4) in a 64 x 40 destination: the OpenCL pass sees
+  // a square source of side 48 and reads rows 16 to 35 below it. They read as
+  // transparent black instead of the memory after the source.
+  DeviceImage& src = Image(48, 16, 0.0f);
+  WriteRamp(src);
+  DeviceImage& intermediate = Image(64, 40, 7.0f);
+  DeviceImage& dst = Image(64, 40, 9.0f);
+  const uint32_t before = ContextReferences();
+  ASSERT_EQ(Render(intermediate, src, intermediate, dst, 64, 40,
+                   ResizeKernelSizes{src.pitch, intermediate.pitch, 0, 48, 16, 64, 40, 8, 4}),
+            PF_Err_NONE);
+  const auto in = Read(src);
+  const auto placed = Read(intermediate);
+  for (int y = 0; y < 40; ++y) {
+    for (int x = 8; x < 40; ++x) {
+      const bool inside = y >= 4 && y < 20;
+      for (int c = 0; c < 4; ++c) {
+        ASSERT_EQ(At(placed, intermediate, x, y)[c], inside ? At(in, src, x - 8, y - 4)[c] : 0.0f) << x << "," << y;
+      }
+    }
+    EXPECT_EQ(At(placed, intermediate, 40, y)[3], 7.0f) << "beyond the square destination of side 40";
+  }
+  EXPECT_EQ(ContextReferences(), before) << "the padded copy is released once the passes are done";
+}
+
+TEST_F(DeviceLayer, RenderThreadsSharingTheKernelsEachRenderTheirOwnPass) {
+  ASSERT_EQ(Initialize(), PF_Err_NONE);
+  // Every thread renders its own constant frame, with the resize pass, into
+  // its own buffers, over and over, and checks each result: a pass that ran
+  // with another thread's arguments shows as a wrong value or a missed write.
+  constexpr int kThreads = 8;
+  constexpr int kPasses = 300;
+  struct Buffers {
+    DeviceImage* src;
+    DeviceImage* intermediate;
+    DeviceImage* dst;
+  };
+  std::vector<Buffers> buffers;
+  for (int t = 0; t < kThreads; ++t) {
+    buffers.push_back({&Image(16, 16, 0.125f * static_cast<float>(t + 1)), &Image(17, 16, 0.0f), &Image(17, 16, 0.0f)});
+  }
+  std::vector<int> wrong(kThreads, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      const Buffers& own = buffers[static_cast<size_t>(t)];
+      std::vector<float> out(static_cast<size_t>(own.dst->pitch) * own.dst->height * 4);
+      for (int pass = 0; pass < kPasses; ++pass) {
+        device_->Fill(own.dst->buffer, 0);
+        const ResizeKernelSizes resize{own.src->pitch, own.dst->pitch, 0, 16, 16, 17, 16, 1, 0};
+        if (Render(*own.intermediate, *own.src, *own.intermediate, *own.dst, 17, 16, resize) != PF_Err_NONE) {
+          ++wrong[static_cast<size_t>(t)];
+          continue;
+        }
+        device_->Read(own.dst->buffer, out.data(), out.size() * sizeof(float));
+        // Column 5 of row 5 holds the thread's value, copied over.
+        if (out[(5 * static_cast<size_t>(own.dst->pitch) + 5) * 4] != 0.125f * static_cast<float>(t + 1)) {
+          ++wrong[static_cast<size_t>(t)];
+        }
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong, std::vector<int>(kThreads, 0));
 }
 
 TEST_F(DeviceLayer, MissingKernelsAndAMissingListFailTheRender) {

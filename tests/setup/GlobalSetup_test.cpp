@@ -120,9 +120,30 @@ TEST_F(GlobalSetupTest, PremiereWithoutPixelFormatSuiteFailsWithMissingSuite) {
   EXPECT_STREQ(host.out_data().return_msg, "Not able to acquire AEFX Suite.");
   EXPECT_NE(host.out_data().out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
 
-  // The global data made before the failure still goes away at setdown.
-  EXPECT_EQ(host.Call(PF_Cmd_GLOBAL_SETDOWN), PF_Err_NONE);
+  // A host sends no setdown after a failed setup: nothing is left.
+  EXPECT_EQ(host.global_data(), nullptr);
   EXPECT_EQ(host.runtime().LiveHandles(), 0u);
+}
+
+TEST_F(GlobalSetupTest, AFailedRegistrationStepLeavesNothingBehind) {
+  // Each After Effects step after the global data and the about image exist.
+  const struct {
+    const char* call;
+    PF_Err code;
+  } kFailures[] = {
+      {"PF Effect UI Suite.PF_SetOptionsButtonName", PF_Err_INTERNAL_STRUCT_DAMAGED},
+      {"AEGP Utility Suite.AEGP_RegisterWithAEGP", PF_Err_OUT_OF_MEMORY},
+      {"AcquireSuite.AEGP Utility Suite", A_Err_MISSING_SUITE},
+  };
+  for (const auto& failure : kFailures) {
+    SCOPED_TRACE(failure.call);
+    EffectHost host(DRIFTSMEAR_MODULE_PATH);
+    host.runtime().faults().FailCall(failure.call, 1, failure.code);
+    EXPECT_EQ(host.Call(PF_Cmd_GLOBAL_SETUP), failure.code);
+    EXPECT_EQ(host.global_data(), nullptr);
+    EXPECT_EQ(host.runtime().LiveHandles(), 0u);
+    EXPECT_EQ(host.runtime().suites().Outstanding(), 0);
+  }
 }
 
 TEST_F(GlobalSetupTest, MissingAboutImageIsShownButSetupSucceeds) {
@@ -189,6 +210,13 @@ TEST_F(GlobalSetupTest, SetdownFreesEverythingAndCopesWithoutGlobalData) {
   EXPECT_EQ(host.Call(PF_Cmd_GLOBAL_SETDOWN), PF_Err_NONE);
   EXPECT_EQ(host.runtime().LiveHandles(), 0u);
   EXPECT_EQ(host.global_data(), nullptr);
+
+  // A handle the host cannot lock at setdown still goes, image and all.
+  ASSERT_EQ(host.Call(PF_Cmd_GLOBAL_SETUP), PF_Err_NONE);
+  host.runtime().faults().FailCall("PF Handle Suite.host_lock_handle", 0);
+  EXPECT_EQ(host.Call(PF_Cmd_GLOBAL_SETDOWN), PF_Err_NONE);
+  host.runtime().faults().Clear();
+  EXPECT_EQ(host.runtime().LiveHandles(), 0u);
 
   // A second setdown has no global data: it only logs.
   const size_t linesBefore = ReadLines(LogFilePath(temp_.path())).size();
