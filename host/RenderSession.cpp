@@ -191,7 +191,8 @@ ImageF RenderSession::RenderFrame(const FrameSource& clip, A_long time, GpuFrame
 }
 
 std::vector<ImageF> RenderSession::RenderFrames(const FrameSource& clip, const std::vector<A_long>& times,
-                                                int threads, GpuFrameFormat format) {
+                                                int threads, GpuFrameFormat format,
+                                                std::vector<std::exception_ptr>* failuresOut) {
   std::vector<ImageF> images(times.size());
   std::vector<std::exception_ptr> failures(times.size());
   std::atomic<size_t> next{0};
@@ -222,6 +223,10 @@ std::vector<ImageF> RenderSession::RenderFrames(const FrameSource& clip, const s
     for (std::thread& thread : pool) {
       thread.join();
     }
+  }
+  if (failuresOut != nullptr) {
+    *failuresOut = std::move(failures);
+    return images;
   }
   for (const std::exception_ptr& failure : failures) {
     if (failure) {

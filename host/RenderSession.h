@@ -8,6 +8,7 @@
 //   ImageF frame = session.RenderFrame(clip, clip.TimeOfFrame(10));
 #pragma once
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -86,11 +87,13 @@ class RenderSession {
   // does: every thread sends its own commands with its own input and output
   // records and checkouts, and all of them share the device's GPU data.
   // Under Premiere the threads render on the device's one filter instance.
-  // Images come back in the order of `times`; the first failing frame's
-  // error is thrown once every thread has finished. lastRender() and
-  // lastRenderTimes() are not updated.
+  // Images come back in the order of `times`. With `failures`, each frame's
+  // error (or null) is stored there and failed frames come back empty;
+  // without, the first failing frame's error is thrown once every thread has
+  // finished. lastRender() and lastRenderTimes() are not updated.
   std::vector<ImageF> RenderFrames(const FrameSource& clip, const std::vector<A_long>& times, int threads,
-                                   GpuFrameFormat format = GpuFrameFormat::Float32);
+                                   GpuFrameFormat format = GpuFrameFormat::Float32,
+                                   std::vector<std::exception_ptr>* failures = nullptr);
 
   // Asks for a CPU render of the frame, which the effect refuses with a
   // message; returns the render command's result.

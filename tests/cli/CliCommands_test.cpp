@@ -13,7 +13,7 @@ TEST(CliCommands, HelpListsCommandsOptionsAndExitCodes) {
     ASSERT_EQ(result.exitCode, 0) << result.Describe();
     for (const char* text : {"driftsmear render INPUT -o OUTPUT", "driftsmear demo", "driftsmear info",
                              "driftsmear panel -o FILE.png", "--preset NAME", "--set KEY=VALUE", "--view VIEW",
-                             "--host ae|premiere", "--device N", "--half", "--start TIME", "--duration TIME",
+                             "--host ae|premiere", "--device N", "--threads N", "--half", "--start TIME", "--duration TIME",
                              "-y, --yes", "--quiet", "\n  130  interrupted"}) {
       EXPECT_NE(result.out.find(text), std::string::npos) << text;
     }

@@ -117,16 +117,22 @@ TEST(CliErrors, DamagedFramePartWayKeepsTheFramesBeforeIt) {
   // Frame 7 cut in half.
   fs::resize_file(dir / "in_07.png", fs::file_size(dir / "in_07.png") / 2);
   fs::create_directories(dir / "out");
-  const fs::path output = LosslessOutput(dir / "out", "out");
-  const RunResult result = RunCli({"render", input.string(), "-o", output.string(), "--set", "frames=3", "--quiet"});
-  EXPECT_EQ(result.exitCode, 2) << result.Describe();
-  const std::string line = ErrorLine(result);
-  EXPECT_NE(line.find("frame 7"), std::string::npos) << line;
-  EXPECT_NE(line.find("in_07.png"), std::string::npos) << line;
-  EXPECT_NE(line.find("holds the 7 frames done"), std::string::npos) << line;
-  EXPECT_EQ(InfoOf(output).frameCount, 7) << "output frames 0-6 need only frames before the damaged one";
-  for (const auto& entry : fs::directory_iterator(dir / "out")) {
-    EXPECT_EQ(entry.path().extension(), output.extension()) << "no partial file left: " << entry.path();
+  // One render thread, and three frames at once: the frames before the
+  // damaged one are all rendered either way.
+  for (const char* threads : {"1", "3"}) {
+    SCOPED_TRACE(std::string("--threads ") + threads);
+    const fs::path output = LosslessOutput(dir / "out", std::string("out") + threads);
+    const RunResult result = RunCli({"render", input.string(), "-o", output.string(), "--set", "frames=3", "--quiet",
+                                     "--threads", threads});
+    EXPECT_EQ(result.exitCode, 2) << result.Describe();
+    const std::string line = ErrorLine(result);
+    EXPECT_NE(line.find("frame 7"), std::string::npos) << line;
+    EXPECT_NE(line.find("in_07.png"), std::string::npos) << line;
+    EXPECT_NE(line.find("holds the 7 frames done"), std::string::npos) << line;
+    EXPECT_EQ(InfoOf(output).frameCount, 7) << "output frames 0-6 need only frames before the damaged one";
+    for (const auto& entry : fs::directory_iterator(dir / "out")) {
+      EXPECT_EQ(entry.path().extension(), output.extension()) << "no partial file left: " << entry.path();
+    }
   }
 }
 

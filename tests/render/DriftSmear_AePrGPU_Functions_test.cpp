@@ -156,6 +156,35 @@ TEST(GPURender, CudaWithoutADeviceReportsTheRuntimeError) {
 #endif
 }
 
+TEST(GPURender, AFailedCudaPassDoesNotFailTheNextOne) {
+#if DRIFTSMEAR_HAS_CUDA
+  std::string reason;
+  const dshost::GpuDeviceDesc* desc = dshost::FirstGpuDevice(GpuApi::Cuda, &reason);
+  if (desc == nullptr) {
+    GTEST_SKIP() << "CUDA skipped: " << reason;
+  }
+  auto device = GpuDevice::Open(*desc);
+  LayerLog log;
+  DeviceBuffer frame = device->Allocate(16 * 16 * 16);
+  KernelData data{};
+  MainKernelSizes main{16, 16, 16, 0, 16, 16};
+  ResizeKernelSizes resize{16, 16, 0, 16, 16, 16, 16, 0, 0};
+  const auto render = [&](int32_t blockSize) {
+    return GPURender(GPUFramework_CUDA, nullptr, nullptr, nullptr, nullptr, frame.handle(), frame.handle(), nullptr,
+                     frame.handle(), &data, &main, &resize, blockSize);
+  };
+  // Blocks of 64 x 64 threads exceed every CUDA device's limit: the launch
+  // fails, and the error is cleared once reported.
+  EXPECT_EQ(render(64), PF_Err_INTERNAL_STRUCT_DAMAGED);
+  EXPECT_EQ(LinesContaining(log.Lines(), ":GPURender] :: CUDA Assert: ").size(), 1u);
+  EXPECT_EQ(render(16), PF_Err_NONE);
+  EXPECT_EQ(render(16), PF_Err_NONE);
+  EXPECT_EQ(LinesContaining(log.Lines(), ":GPURender] :: CUDA Assert: ").size(), 1u);
+#else
+  GTEST_SKIP() << "CUDA skipped: this build has no CUDA support";
+#endif
+}
+
 // One float BGRA image on the device, `pitch` pixels per row.
 struct DeviceImage {
   int width;

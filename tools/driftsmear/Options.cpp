@@ -27,6 +27,7 @@ const OptionRule kOptions[] = {
     {"--host", true, kRender | kDemo | kPanel},
     {"--device", true, kRender | kDemo | kPanel},
     {"--half", false, kRender | kDemo},
+    {"--threads", true, kRender | kDemo},
     {"--start", true, kRender},
     {"--duration", true, kRender},
     {"-y", false, kRender | kDemo | kPanel},
@@ -171,6 +172,8 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       options.device = ParseCount(name, value, 0, 255);
     } else if (name == "--half") {
       options.half = true;
+    } else if (name == "--threads") {
+      options.threads = ParseCount(name, value, 1, 64);
     } else if (name == "--start") {
       options.start = value;
     } else if (name == "--duration") {
@@ -258,6 +261,8 @@ Render options:
                         else device 0)
   --half                render with 16-bit half floats on the GPU (with
                         --host premiere: After Effects renders 32-bit only)
+  --threads N           render N frames at once, each on a render thread of
+                        its own sharing the device (default 1)
   --start TIME          first frame to render (default: the start)
   --duration TIME       how much to render (default: to the end)
                         TIME: seconds (2.5 or 2.5s), frames (60f) or a
@@ -272,7 +277,7 @@ Render options:
                         the module beside this program, then the one built
                         with it)
 
-demo takes -o, -y, --quiet, --stats, --host, --device, --module and the
+demo takes -o, -y, --quiet, --stats, --host, --device, --threads, --module and the
 settings options (--preset, --set, --view); panel takes -o, -y, --host,
 --device and --module.
 

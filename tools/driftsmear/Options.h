@@ -17,6 +17,7 @@ struct Options {
   std::optional<std::string> view;    // --view
   std::optional<std::string> host;    // --host ae|premiere
   std::optional<int> device;          // --device N
+  int threads = 1;                    // --threads N: frames rendered at once
   std::optional<std::string> start;   // --start TIME
   std::optional<std::string> duration;  // --duration TIME
   std::optional<std::string> module;  // --module PATH

@@ -136,7 +136,8 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
   const uint64_t frameBytes = static_cast<uint64_t>(info.width) * static_cast<uint64_t>(info.height) * 16u;
   const size_t held = static_cast<size_t>(window.frames) + 1;
   const uint64_t budgetFrames = frameBytes > 0 ? options.memoryBudgetBytes / frameBytes : 0;
-  const size_t wanted = static_cast<size_t>(window.back + window.ahead + 2 * kDecodeAhead + 2);
+  const int64_t batch = std::max(options.renderThreads, 1);
+  const size_t wanted = static_cast<size_t>(window.back + window.ahead + 2 * kDecodeAhead + 2 + (batch - 1));
   const size_t affordable = static_cast<size_t>(
       std::max<uint64_t>(budgetFrames > held ? budgetFrames - held : 0, static_cast<uint64_t>(2 * kDecodeAhead + 4)));
   result.cacheFrames = std::min(wanted, affordable);
@@ -184,43 +185,66 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
   });
 
   std::thread renderer([&] {
-    for (int64_t t = options.firstFrame; t < options.endFrame; ++t) {
+    for (int64_t t = options.firstFrame, batchEnd = t; t < options.endFrame; t = batchEnd) {
       if (Interrupted()) {
         interrupted = true;
         break;
       }
+      batchEnd = std::min(t + batch, options.endFrame);
       {
         std::unique_lock<std::mutex> lock(state.mutex);
-        state.renderAt = t;
+        state.renderAt = batchEnd - 1;
         state.changed.notify_all();
         state.changed.wait(lock, [&] {
-          return state.stop || state.done || state.decodedUpTo >= maxNeeded(t) || state.failedFrame.has_value();
+          return state.stop || state.done || state.decodedUpTo >= maxNeeded(batchEnd - 1) ||
+                 state.failedFrame.has_value();
         });
         if (state.stop) {
           break;
         }
-        if (state.failedFrame && *state.failedFrame <= maxNeeded(t)) {
+        // Frames that do not need an input frame that failed to decode are
+        // still rendered; the failure ends the render at the first that does.
+        while (state.failedFrame && batchEnd > t && *state.failedFrame <= maxNeeded(batchEnd - 1)) {
+          --batchEnd;
+        }
+        if (batchEnd == t) {
           // The media layer's message names the file and the frame.
           renderFailure.emplace(kExitInput, MessageOf(state.failure));
           break;
         }
       }
+      std::vector<A_long> times;
+      for (int64_t frame = t; frame < batchEnd; ++frame) {
+        times.push_back(clip.TimeOfFrame(static_cast<int>(frame)));
+      }
+      const auto started = Clock::now();
+      std::vector<std::exception_ptr> failures;
+      std::vector<dshost::ImageF> frames;
       try {
-        const auto started = Clock::now();
-        dshost::ImageF frame = session.RenderFrame(clip, clip.TimeOfFrame(static_cast<int>(t)), options.format);
-        result.renderSeconds += SecondsSince(started);
-        if (!queue.push(std::move(frame))) {
-          break;
-        }
-        ++result.rendered;
+        frames = session.RenderFrames(clip, times, static_cast<int>(times.size()), options.format, &failures);
       } catch (...) {
-        const std::string what = MessageOf(std::current_exception());
-        const std::exception_ptr decodeFailure = clip.TakeFailure();
-        if (decodeFailure) {
-          renderFailure.emplace(kExitInput, MessageOf(decodeFailure));
+        frames.assign(1, dshost::ImageF{});
+        failures.assign(1, std::current_exception());
+      }
+      result.renderSeconds += SecondsSince(started);
+      bool stopped = false;
+      for (size_t i = 0; i < frames.size() && !stopped; ++i) {
+        if (failures[i]) {
+          const std::string what = MessageOf(failures[i]);
+          const std::exception_ptr decodeFailure = clip.TakeFailure();
+          if (decodeFailure) {
+            renderFailure.emplace(kExitInput, MessageOf(decodeFailure));
+          } else {
+            renderFailure.emplace(kExitRender, "frame " + std::to_string(t + static_cast<int64_t>(i)) + ": " + what);
+          }
+          stopped = true;
+        } else if (!queue.push(std::move(frames[i]))) {
+          stopped = true;
         } else {
-          renderFailure.emplace(kExitRender, "frame " + std::to_string(t) + ": " + what);
+          ++result.rendered;
         }
+      }
+      if (stopped) {
         break;
       }
     }

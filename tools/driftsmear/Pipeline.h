@@ -4,7 +4,8 @@
 //
 //   decode thread   decodes input frames in order into the frame cache, a few
 //                   frames ahead of what the renderer needs;
-//   render thread   renders output frame t through the session; the effect's
+//   render thread   renders output frame t (or the next few frames at once, on
+//                   render threads of their own) through the session; the effect's
 //                   checkouts of t and its earlier frames are served from the
 //                   cache, so every input frame is decoded once;
 //   calling thread  encodes the rendered frames in order and shows progress.
@@ -37,6 +38,9 @@ struct PipelineOptions {
   dshost::GpuFrameFormat format = dshost::GpuFrameFormat::Float32;
   bool quiet = false;
   bool terminal = false;
+  // Output frames rendered at once, each on a render thread of its own
+  // sharing the one device, as After Effects' multi-frame rendering does.
+  int renderThreads = 1;
   // Memory the decoded frames may take (frame cache and the frames the
   // effect holds); beyond it, frames far back may be decoded again.
   uint64_t memoryBudgetBytes = 4ull << 30;

@@ -97,6 +97,7 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
   pipeline.firstFrame = job.firstFrame;
   pipeline.endFrame = job.endFrame;
   pipeline.format = options.half ? dshost::GpuFrameFormat::Half16 : dshost::GpuFrameFormat::Float32;
+  pipeline.renderThreads = options.threads;
   pipeline.quiet = options.quiet;
   pipeline.terminal = IsTerminal(stderr);
   pipeline.memoryBudgetBytes = MemoryBudget();
