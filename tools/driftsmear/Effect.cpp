@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "host/EffectModuleCheck.h"
 #include "host/HostError.h"
 #include "host/HostUI.h"
 #include "host/PluginModule.h"
@@ -23,8 +24,6 @@ namespace {
 
 constexpr A_long kPresetDiskId = 23;
 constexpr A_long kDebugDisplayDiskId = 3;
-// The effect's match name: what tells its module from any other effect's.
-constexpr const char* kMatchName = "KQVLDRSM";
 // An angle travels as 16.16 fixed-point degrees.
 constexpr double kLargestAngle = 32767.0;
 
@@ -126,17 +125,7 @@ std::string ResolveModulePath(const std::optional<std::string>& given) {
 
 void CheckModule(const std::string& modulePath) {
   try {
-    dshost::PluginModule module(modulePath);
-    module.EffectMain();
-    const dshost::RegistrationResult registration = dshost::RegisterEffects(module);
-    if (registration.err != A_Err_NONE || registration.effects.empty()) {
-      throw CliError(kExitModule, "the module " + modulePath + " registers no effect (error " +
-                                      std::to_string(registration.err) + ")");
-    }
-    if (registration.effects.front().matchName != kMatchName) {
-      throw CliError(kExitModule, "the module " + modulePath + " is not Drift Smear: it registers '" +
-                                      registration.effects.front().name + "'");
-    }
+    dshost::CheckDriftSmearModule(modulePath);
   } catch (const dshost::HostError& error) {
     throw CliError(kExitModule, error.what());
   }
@@ -146,10 +135,7 @@ dshost::HostApp HostAppOf(const std::optional<std::string>& host) {
   return host && *host == "premiere" ? dshost::HostApp::Premiere : dshost::HostApp::AfterEffects;
 }
 
-std::string NoDeviceMessage() {
-  return "no OpenCL or CUDA device found: install your GPU's driver with OpenCL (NVIDIA, AMD or Intel), "
-         "or PoCL for the CPU (Debian: apt-get install pocl-opencl-icd)";
-}
+std::string NoDeviceMessage() { return dshost::NoGpuDeviceMessage(); }
 
 uint32_t ChooseDevice(const std::optional<int>& requested) {
   const std::vector<dshost::GpuDeviceDesc>& devices = dshost::EnumerateGpuDevices();
@@ -163,20 +149,7 @@ uint32_t ChooseDevice(const std::optional<int>& requested) {
     }
     return static_cast<uint32_t>(*requested);
   }
-  for (const dshost::GpuDeviceDesc& device : devices) {
-    if (device.api == dshost::GpuApi::Cuda) {
-      return device.index;
-    }
-  }
-  for (const dshost::GpuDeviceDesc& device : devices) {
-    cl_device_type type = 0;
-    if (device.clDevice != nullptr &&
-        clGetDeviceInfo(device.clDevice, CL_DEVICE_TYPE, sizeof(type), &type, nullptr) == CL_SUCCESS &&
-        (type & CL_DEVICE_TYPE_GPU) != 0) {
-      return device.index;
-    }
-  }
-  return devices.front().index;
+  return dshost::PreferredGpuDevice().value_or(devices.front().index);
 }
 
 std::unique_ptr<dshost::RenderSession> OpenSession(const std::string& modulePath, dshost::HostApp app,
