@@ -8,6 +8,7 @@ packages=(
   opencl-headers ocl-icd-opencl-dev pocl-opencl-icd clinfo
   libstb-dev fonts-dejavu-core
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg
+  frei0r-plugins-dev melt
   libgtest-dev libbenchmark-dev
 )
 if [[ "${DRIFTSMEAR_WINDOWS:-1}" == 1 ]]; then
