@@ -39,6 +39,7 @@ TEST(CliErrors, EachMistakeHasItsMessageAndExitCodeAndWritesNothing) {
   Scratch dir;
   const fs::path input = MakeClipSequence(dir.path(), 3);
   std::ofstream(dir / "junk.png", std::ios::binary) << "not a picture";
+  std::ofstream(dir / "bad.json") << "{\n  \"trail\": [0, 100]\n}";
   const std::string output = LosslessOutput(dir.path(), "out").string();
   const std::vector<std::string> before = dir.Listing();
   const ErrorCase cases[] = {
@@ -54,6 +55,12 @@ TEST(CliErrors, EachMistakeHasItsMessageAndExitCodeAndWritesNothing) {
        "frame-offset goes from -100 to 100"},
       {"not a number", {"render", input.string(), "-o", output, "--set", "amount=lots"}, 1, "amount takes a number"},
       {"not a value", {"render", input.string(), "-o", output, "--set", "about=1"}, 1, "has no value to set"},
+      {"bad keyframe", {"render", input.string(), "-o", output, "--set", "trail=0@0s,5"}, 1,
+       "keyframes are VALUE@TIME separated by commas, as in trail=0@0s,100@2s; '5' is not one"},
+      {"bad keyframe time", {"render", input.string(), "-o", output, "--set", "trail=5@soon"}, 1,
+       "trail=5@soon: 'soon' is not a time"},
+      {"bad settings file", {"render", input.string(), "-o", output, "--set-file", (dir / "bad.json").string()}, 1,
+       "bad.json: line 2: the value of \"trail\" must be a number"},
       {"unknown preset", {"render", input.string(), "-o", output, "--preset", "strnog"}, 1,
        "unknown preset 'strnog' (did you mean 'strong'?)"},
       {"unknown view", {"render", input.string(), "-o", output, "--view", "flowmg"}, 1, "did you mean 'flowmag'?"},

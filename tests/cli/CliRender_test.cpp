@@ -3,6 +3,8 @@
 // output and read back with the media layer.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "cli/CliTestSupport.h"
 #include "host/media/MediaReader.h"
 
@@ -184,6 +186,22 @@ TEST(CliRender, PresetsInEitherLanguageThenSetsReachTheEffect) {
   EXPECT_NE(overridden.find(" amount=500 trail=40 displace=50 chromatic=50 chromatic-offset=-90° premultiplied=off"),
             std::string::npos)
       << overridden;
+  // Up to the preset's own value beyond a slider is allowed, and said.
+  const RunResult beyond = RunCli({"render", input.string(), "-o", (dir / "b_%d.png").string(), "--duration", "1f",
+                                   "--preset", "slow-motion", "--set", "trail=450", "--host", "premiere", "--set",
+                                   "chromatic-offset=10"});
+  ASSERT_EQ(beyond.exitCode, 0) << beyond.Describe();
+  for (const char* warning : {"warning: beyond the sliders' ranges, as the preset slow-motion sets them: amount=500 "
+                              "(slider 0 to 100), trail=450 (slider 0 to 100)",
+                              "warning: under --host premiere the chromatic offset has no effect"}) {
+    EXPECT_NE(beyond.err.find(warning), std::string::npos) << warning << "\n" << beyond.err;
+  }
+  const RunResult tooFar = RunCli({"render", input.string(), "-o", (dir / "c_%d.png").string(), "--preset",
+                                   "slow-motion", "--set", "trail=501"});
+  EXPECT_EQ(tooFar.exitCode, 1) << tooFar.Describe();
+  EXPECT_NE(tooFar.err.find("trail=501 is out of range: trail goes from 0 to 500 with the preset slow-motion"),
+            std::string::npos)
+      << tooFar.err;
 }
 
 TEST(CliRender, EveryDebugViewShowsSomethingElseThanTheResult) {
@@ -203,5 +221,36 @@ TEST(CliRender, EveryDebugViewShowsSomethingElseThanTheResult) {
     ASSERT_EQ(shown.size(), 4u) << view;
     EXPECT_GT(DifferingPixels(shown[3], result[3], 0.1f), kClipWidth * kClipHeight / 4)
         << "the " << view << " view shows the frame differently from the result";
+  }
+}
+
+// Keyframed settings, given on the command line or in a JSON file (where the
+// effect's Chinese names work as keys too): the first frame is the render
+// with the first key's value, the last frame the one with the last key's,
+// and the frames between differ from both.
+TEST(CliRender, KeyframedSettingsChangeTheFramesOverTimeAsTheKeysSay) {
+  CLI_REQUIRE_DEVICE();
+  Scratch dir;
+  const fs::path input = MakeClipSequence(dir.path());
+  {
+    std::ofstream json(dir / "keys.json");
+    json << "{\n  \"frames\": 3,\n  \"\\u62d6\\u5c3e\": {\"0f\": 0, \"11f\": 100}\n}\n";
+  }
+  const auto render = [&](const std::string& name, std::vector<std::string> settings) {
+    std::vector<std::string> args{"render", input.string(), "-o", (dir / (name + "_%02d.png")).string()};
+    args.insert(args.end(), settings.begin(), settings.end());
+    const RunResult result = RunCli(args);
+    EXPECT_EQ(result.exitCode, 0) << name << ": " << result.Describe();
+    return ReadAll(dir / (name + "_%02d.png"));
+  };
+  const auto low = render("low", {"--set", "frames=3", "--set", "trail=0"});
+  const auto high = render("high", {"--set", "frames=3", "--set", "拖尾=100"});
+  for (const auto& keyed : {render("set", {"--set", "frames=3", "--set", "trail=0@0s,100@0:00.44"}),
+                            render("file", {"--set-file", (dir / "keys.json").string()})}) {
+    ASSERT_EQ(keyed.size(), static_cast<size_t>(kClipFrames));
+    EXPECT_EQ(DifferingPixels(keyed[0], low[0], kLossless), 0);
+    EXPECT_EQ(DifferingPixels(keyed[11], high[11], kLossless), 0);
+    EXPECT_GT(DifferingPixels(keyed[6], low[6], kLossless), 0);
+    EXPECT_GT(DifferingPixels(keyed[6], high[6], kLossless), 0);
   }
 }

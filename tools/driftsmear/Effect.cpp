@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 
 #include "host/EffectModuleCheck.h"
 #include "host/HostError.h"
@@ -82,6 +83,21 @@ std::vector<std::string> ViewKeys() {
     keys.emplace_back(ViewKey(view));
   }
   return keys;
+}
+
+// A parameter by its key, its Chinese name as the effect shows it, or its
+// English name.
+const ParameterInfo* FindSettable(const std::string& name) {
+  if (const ParameterInfo* byKey = dshost::FindParameterByKey(Lower(name))) {
+    return byKey;
+  }
+  for (const ParameterInfo& info : dshost::ParameterCatalog()) {
+    if (info.kind != ParameterKind::GroupStart && info.kind != ParameterKind::GroupEnd &&
+        (name == info.name || Lower(name) == Lower(info.english))) {
+      return &info;
+    }
+  }
+  return nullptr;
 }
 
 std::string Join(const std::vector<std::string>& items) {
@@ -243,7 +259,7 @@ EffectSettings ResolveSettings(const std::optional<std::string>& preset, const s
       throw CliError(kExitUsage, "--set takes KEY=VALUE, not '" + set + "'");
     }
     const std::string key = set.substr(0, equals);
-    const ParameterInfo* info = dshost::FindParameterByKey(Lower(key));
+    const ParameterInfo* info = FindSettable(key);
     if (info == nullptr) {
       throw CliError(kExitUsage, "unknown parameter '" + key + "'" + DidYouMean(key, SettableKeys()) +
                                      "; 'driftsmear info' lists the keys");
@@ -327,13 +343,19 @@ std::string SettingsLine(dshost::EffectHost& host) {
   std::string line;
   for (const std::string& key : SettableKeys()) {
     const ParameterInfo& info = *dshost::FindParameterByKey(key);
-    line += (line.empty() ? "" : " ") + key + "=" + FormatValue(info, host.parameters().ValueById(info.diskId));
+    const PF_ParamIndex index = host.parameters().IndexOf(info.diskId);
+    const size_t keys = host.parameters().KeyframeCount(index);
+    line += (line.empty() ? "" : " ") + key + "=" +
+            (keys > 0 ? std::to_string(keys) + " keyframes" : FormatValue(info, host.parameters().Value(index)));
   }
   return line;
 }
 
-void ApplySettings(dshost::EffectHost& host, const EffectSettings& settings) {
+void ApplySettings(dshost::EffectHost& host, const EffectSettings& settings, dshost::Rational frameRate) {
   dshost::ParameterStore& store = host.parameters();
+  // A preset may set sliders beyond their ranges (slow-motion's 500s); a value
+  // up to the preset's own is then allowed too.
+  std::map<A_long, double> presetValues;
   if (settings.preset != nullptr) {
     // As in After Effects: the menu takes the item, then the effect hears of
     // the change and writes the preset's values itself.
@@ -344,44 +366,124 @@ void ApplySettings(dshost::EffectHost& host, const EffectSettings& settings) {
       throw CliError(kExitRender, std::string("the effect failed to apply the preset '") + settings.preset->key +
                                       "' (error " + std::to_string(err) + ")");
     }
+    for (const ParameterInfo& info : dshost::ParameterCatalog()) {
+      if (info.kind == ParameterKind::Slider) {
+        presetValues[info.diskId] = store.ValueById(info.diskId);
+      }
+    }
   }
   for (const Assignment& assignment : settings.assignments) {
     const ParameterInfo& info = *assignment.parameter;
     const std::string shown = std::string(info.key) + "=" + assignment.text;
-    double value = 0;
-    if (info.kind == ParameterKind::Checkbox) {
-      const auto parsed = ParseSwitch(assignment.text);
-      if (!parsed) {
-        throw CliError(kExitUsage, shown + ": " + info.key + " is on or off (also 1/0, true/false, yes/no)");
+    const auto parseValue = [&](const std::string& text) -> double {
+      if (info.kind == ParameterKind::Checkbox) {
+        const auto parsed = ParseSwitch(text);
+        if (!parsed) {
+          throw CliError(kExitUsage, shown + ": " + info.key + " is on or off (also 1/0, true/false, yes/no)");
+        }
+        return *parsed;
       }
-      value = *parsed;
-    } else if (info.diskId == kDebugDisplayDiskId) {
-      const PopupItemInfo* view = FindView(assignment.text);
-      if (view == nullptr) {
-        throw CliError(kExitUsage, shown + ": unknown view" + DidYouMean(assignment.text, ViewKeys()) +
-                                       "; views: " + Join(ViewKeys()));
+      if (info.diskId == kDebugDisplayDiskId) {
+        const PopupItemInfo* view = FindView(text);
+        if (view == nullptr) {
+          throw CliError(kExitUsage, shown + ": unknown view" + DidYouMean(text, ViewKeys()) +
+                                         "; views: " + Join(ViewKeys()));
+        }
+        return view->item;
       }
-      value = view->item;
-    } else {
-      const auto parsed = ParseNumber(assignment.text);
+      const auto parsed = ParseNumber(text);
       if (!parsed) {
         throw CliError(kExitUsage, shown + ": " + info.key + " takes a number");
       }
-      value = *parsed;
+      const double value = *parsed;
       if (info.kind == ParameterKind::Angle && std::fabs(value) > kLargestAngle) {
         throw CliError(kExitUsage, shown + " is out of range: angles go from -32767 to 32767 degrees");
       }
-      if (const auto range = RangeOf(host, info); range && (value < range->min || value > range->max)) {
-        throw CliError(kExitUsage, shown + " is out of range: " + info.key + " goes from " +
-                                       FormatNumber(range->min, range->precision) + " to " +
-                                       FormatNumber(range->max, range->precision));
+      if (auto range = RangeOf(host, info)) {
+        std::string because;
+        if (const auto preset = presetValues.find(info.diskId);
+            preset != presetValues.end() && (preset->second < range->min || preset->second > range->max)) {
+          range->min = std::min(range->min, preset->second);
+          range->max = std::max(range->max, preset->second);
+          because = " with the preset " + std::string(settings.preset->key);
+        }
+        if (value < range->min || value > range->max) {
+          throw CliError(kExitUsage, shown + " is out of range: " + info.key + " goes from " +
+                                         FormatNumber(range->min, range->precision) + " to " +
+                                         FormatNumber(range->max, range->precision) + because);
+        }
       }
+      return value;
+    };
+    const PF_ParamIndex index = store.IndexOf(info.diskId);
+    if (assignment.text.find('@') == std::string::npos) {
+      store.SetValue(index, parseValue(assignment.text));
+      continue;
     }
-    store.SetValueById(info.diskId, value);
+    // Keyframes: VALUE@TIME, comma-separated.
+    std::vector<std::pair<int64_t, double>> keys;
+    size_t start = 0;
+    while (start <= assignment.text.size()) {
+      const size_t comma = std::min(assignment.text.find(',', start), assignment.text.size());
+      const std::string key = assignment.text.substr(start, comma - start);
+      const size_t at = key.find('@');
+      if (at == std::string::npos || at == 0 || at + 1 == key.size()) {
+        throw CliError(kExitUsage, shown + ": keyframes are VALUE@TIME separated by commas, as in " + info.key +
+                                       "=0@0s,100@2s; '" + key + "' is not one");
+      }
+      const std::string time = key.substr(at + 1);
+      const auto frame = ParseTimeToFrames(time, frameRate);
+      if (!frame) {
+        throw CliError(kExitUsage, shown + ": '" + time +
+                                       "' is not a time: use seconds (2.5), frames (60f) or a clock time (1:30)");
+      }
+      keys.emplace_back(*frame, parseValue(key.substr(0, at)));
+      start = comma + 1;
+    }
+    store.ClearKeyframes(index);
+    for (const auto& [frame, value] : keys) {
+      // Keyframes sit on the input's frames: frame f is at f x den / num seconds.
+      store.SetKeyframe(index, static_cast<A_long>(frame * frameRate.den), static_cast<A_u_long>(frameRate.num),
+                        value);
+    }
   }
   if (settings.view != nullptr) {
     store.SetValueById(kDebugDisplayDiskId, settings.view->item);
   }
+}
+
+std::vector<std::string> SettingsWarnings(dshost::EffectHost& host, const EffectSettings& settings,
+                                          dshost::HostApp app) {
+  std::vector<std::string> warnings;
+  const dshost::ParameterStore& store = host.parameters();
+  std::string beyond;
+  for (const ParameterInfo& info : dshost::ParameterCatalog()) {
+    const auto range = RangeOf(host, info);
+    if (!range) {
+      continue;
+    }
+    const double value = store.ValueById(info.diskId);
+    if (value < range->min || value > range->max) {
+      beyond += (beyond.empty() ? "" : ", ") + std::string(info.key) + "=" + FormatValue(info, value) + " (slider " +
+                FormatNumber(range->min, range->precision) + " to " + FormatNumber(range->max, range->precision) +
+                ")";
+    }
+  }
+  if (!beyond.empty()) {
+    warnings.push_back(
+        "beyond the sliders' ranges" +
+        (settings.preset != nullptr ? std::string(", as the preset ") + settings.preset->key + " sets them" : "") +
+        ": " + beyond + "; the effect renders these values as they stand");
+  }
+  if (app == dshost::HostApp::Premiere) {
+    const A_long offsetId = dshost::FindParameterByKey("chromatic-offset")->diskId;
+    const PF_ParamIndex index = store.IndexOf(offsetId);
+    if (store.KeyframeCount(index) > 0 || store.Value(index) != 0.0) {
+      warnings.push_back("under --host premiere the chromatic offset has no effect: Premiere's filter reads that "
+                         "angle as a 64-bit value while the host hands angles as 32-bit floats");
+    }
+  }
+  return warnings;
 }
 
 }  // namespace driftsmear

@@ -12,6 +12,7 @@
 #include "host/EffectHost.h"
 #include "host/ParameterCatalog.h"
 #include "host/RenderSession.h"
+#include "host/media/TimeMapping.h"
 
 namespace driftsmear {
 
@@ -81,10 +82,18 @@ const dshost::PopupItemInfo* FindPreset(const std::string& name);
 
 // Applies the settings to an effect set up in `host`: the preset through the
 // effect's own reaction to the menu (PF_Cmd_USER_CHANGED_PARAM), then every
-// assignment, then the view. A value outside a slider's range, or that is
-// not a number, throws CliError(kExitUsage) with the range; a preset the
-// effect fails to apply throws CliError(kExitRender).
-void ApplySettings(dshost::EffectHost& host, const EffectSettings& settings);
+// assignment, then the view. An assignment "V@T,V@T" sets keyframes at times
+// on the input's timeline at `frameRate`, which the host interpolates. A
+// value outside a slider's range (widened to a value the preset itself set),
+// or that is not a number, throws CliError(kExitUsage) with the range; a
+// preset the effect fails to apply throws CliError(kExitRender).
+void ApplySettings(dshost::EffectHost& host, const EffectSettings& settings,
+                   dshost::Rational frameRate = dshost::Rational{25, 1});
+
+// What to tell the user before rendering with these settings: values beyond
+// the sliders (a preset's), and the chromatic offset Premiere ignores.
+std::vector<std::string> SettingsWarnings(dshost::EffectHost& host, const EffectSettings& settings,
+                                          dshost::HostApp app);
 
 // "frames=12 frame-offset=1 ... premultiplied=on debug-display=result": every
 // value the command line can set, as the effect holds them now.

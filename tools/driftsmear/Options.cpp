@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "tools/driftsmear/CliError.h"
+#include "tools/driftsmear/SettingsFile.h"
 #include "tools/driftsmear/Text.h"
 
 namespace driftsmear {
@@ -23,6 +24,7 @@ const OptionRule kOptions[] = {
     {"--output", true, kRender | kDemo | kPanel},
     {"--preset", true, kRender | kDemo},
     {"--set", true, kRender | kDemo},
+    {"--set-file", true, kRender | kDemo},
     {"--view", true, kRender | kDemo},
     {"--host", true, kRender | kDemo | kPanel},
     {"--device", true, kRender | kDemo | kPanel},
@@ -160,6 +162,8 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       options.preset = value;
     } else if (name == "--set") {
       options.sets.push_back(value);
+    } else if (name == "--set-file") {
+      for (std::string& set : ReadSettingsFile(value)) options.sets.push_back(std::move(set));
     } else if (name == "--view") {
       options.view = value;
     } else if (name == "--host") {
@@ -250,9 +254,14 @@ Render options:
   -o, --output FILE     where to write (required)
   --preset NAME         start from a preset: default, fine, strong, stutter,
                         slow-motion (or the menu text in English or Chinese)
-  --set KEY=VALUE       set a parameter after the preset; repeatable. Keys and
-                        ranges: 'driftsmear info'. Angles in degrees,
-                        premultiplied=on|off
+  --set KEY=VALUE       set a parameter after the preset; repeatable. Keys
+                        (or the Chinese names) and ranges: 'driftsmear info'.
+                        Angles in degrees, premultiplied=on|off
+  --set KEY=V@T,V@T,... animate it: keyframes at times T (as --start takes
+                        them, on the input's timeline), linear in between,
+                        e.g. --set trail=0@0s,100@2s
+  --set-file FILE       the same from a JSON file: {"frames": 12,
+                        "trail": {"0s": 0, "2s": 100}}
   --view VIEW           result (default), motion, displace, flowmag, shift
   --host ae|premiere    drive the effect as After Effects (default) or
                         through Premiere Pro's GPU filter

@@ -83,7 +83,7 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
   CheckModule(modulePath);
   const uint32_t device = ChooseDevice(options.device);
   std::unique_ptr<dshost::RenderSession> session = OpenSession(modulePath, HostAppOf(options.host), device);
-  ApplySettings(session->host(), settings);
+  ApplySettings(session->host(), settings, job.source.info.frameRate);
 
   const int64_t frames = job.endFrame - job.firstFrame;
   if (!options.quiet) {
@@ -91,6 +91,9 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
                  Describe(job.source.info).c_str(), static_cast<long long>(frames), job.outputText.c_str(),
                  session->device().desc().Describe().c_str());
     std::fprintf(stderr, "driftsmear: settings: %s\n", SettingsLine(session->host()).c_str());
+    for (const std::string& warning : SettingsWarnings(session->host(), settings, HostAppOf(options.host))) {
+      std::fprintf(stderr, "driftsmear: warning: %s\n", warning.c_str());
+    }
   }
 
   PipelineOptions pipeline;
