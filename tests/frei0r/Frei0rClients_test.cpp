@@ -170,29 +170,39 @@ TEST(Frei0rFfmpeg, RunsFromWhereTheInstallPutsIt) {
   EXPECT_EQ(clitest::ReadAll(scratch / "out_%02d.png").size(), static_cast<size_t>(clitest::kClipFrames));
 }
 
+// The clip as lossless FFV1 video, which MLT reads.
+fs::path VideoClip(const Scratch& scratch) {
+  const fs::path clip = scratch / "clip.mkv";
+  std::string err;
+  EXPECT_EQ(RunShell("ffmpeg -nostdin -loglevel error -y -framerate 12 -i " + Quote(EightBitClip(scratch).string()) +
+                         " -c:v ffv1 " + Quote(clip.string()),
+                     &err),
+            0)
+      << err;
+  return clip;
+}
+
+// Renders an MLT document (or a melt command line's producers and filters)
+// to FFV1 and reads the frames back.
+std::vector<dshost::ImageF> Melt(const std::string& arguments, const fs::path& out) {
+  std::string err;
+  EXPECT_EQ(RunShell("melt -quiet " + arguments + " -consumer " + Quote("avformat:" + out.string()) + " vcodec=ffv1",
+                     &err),
+            0)
+      << err;
+  EXPECT_EQ(err.find("driftsmear (frei0r)"), std::string::npos) << err;
+  return clitest::ReadAll(out);
+}
+
 TEST(Frei0rMelt, KeyframedTrailChangesTheFramesWhereTheKeysSay) {
   CLI_REQUIRE_FFMPEG();
   CLI_REQUIRE_DEVICE();
   REQUIRE_PROGRAM("ffmpeg");
   REQUIRE_PROGRAM("melt");
   Scratch scratch;
-  const fs::path clip = scratch / "clip.mkv";
-  std::string err;
-  ASSERT_EQ(RunShell("ffmpeg -nostdin -loglevel error -y -framerate 12 -i " + Quote(EightBitClip(scratch).string()) +
-                    " -c:v ffv1 " + Quote(clip.string()),
-                &err),
-            0)
-      << err;
+  const fs::path clip = VideoClip(scratch);
   const auto melt = [&](const std::string& trail, const std::string& name) {
-    const fs::path out = scratch / name;
-    std::string meltErr;
-    EXPECT_EQ(RunShell("melt -quiet " + Quote(clip.string()) + " -filter frei0r.driftsmear " + Quote("trail=" + trail) +
-                      " -consumer " + Quote("avformat:" + out.string()) + " vcodec=ffv1",
-                  &meltErr),
-              0)
-        << meltErr;
-    EXPECT_EQ(meltErr.find("driftsmear (frei0r)"), std::string::npos) << meltErr;
-    return clitest::ReadAll(out);
+    return Melt(Quote(clip.string()) + " -filter frei0r.driftsmear " + Quote("trail=" + trail), scratch / name);
   };
   // Trail 0 up to frame 5, full from frame 6 on.
   const std::vector<dshost::ImageF> keyed = melt("0=0;5=0;6=1", "keyed.mkv");
@@ -209,6 +219,40 @@ TEST(Frei0rMelt, KeyframedTrailChangesTheFramesWhereTheKeysSay) {
     trailShows = trailShows || (i > 5 && Differing8Bit(none[i], full[i]) > 0);
   }
   EXPECT_TRUE(trailShows) << "the trail changed nothing";
+}
+
+// Two cuts of one clip with the filter on the clip: the filter sees the
+// clip's frames 0 to 5, then 2 to 5 again. The jump back restarts the ring,
+// so the second cut renders as the cut does on its own.
+TEST(Frei0rMelt, ASeekRestartsTheRing) {
+  CLI_REQUIRE_FFMPEG();
+  CLI_REQUIRE_DEVICE();
+  REQUIRE_PROGRAM("ffmpeg");
+  REQUIRE_PROGRAM("melt");
+  Scratch scratch;
+  const fs::path clip = VideoClip(scratch);
+  const auto document = [&](const std::string& name, const std::string& entries) {
+    const fs::path path = scratch / name;
+    FILE* file = std::fopen(path.c_str(), "wb");
+    EXPECT_NE(file, nullptr);
+    std::fprintf(file,
+                 "<mlt><producer id=\"clip\"><property name=\"resource\">%s</property>"
+                 "<filter><property name=\"mlt_service\">frei0r.driftsmear</property>"
+                 "<property name=\"trail\">1</property></filter></producer>"
+                 "<playlist id=\"cuts\">%s</playlist></mlt>\n",
+                 clip.c_str(), entries.c_str());
+    std::fclose(file);
+    return Quote(path.string());
+  };
+  const std::vector<dshost::ImageF> cuts = Melt(
+      document("cuts.mlt", "<entry producer=\"clip\" in=\"0\" out=\"5\"/><entry producer=\"clip\" in=\"2\" out=\"5\"/>"),
+      scratch / "cuts.mkv");
+  const std::vector<dshost::ImageF> alone =
+      Melt(document("alone.mlt", "<entry producer=\"clip\" in=\"2\" out=\"5\"/>"), scratch / "alone.mkv");
+  ASSERT_EQ(cuts.size(), 10u);
+  ASSERT_EQ(alone.size(), 4u);
+  for (size_t i = 0; i < alone.size(); ++i) EXPECT_EQ(Differing8Bit(cuts[6 + i], alone[i]), 0) << "frame " << i;
+  EXPECT_GT(Differing8Bit(cuts[5], alone[3]), 0) << "clip frame 5 after frames 0 to 4 must differ";
 }
 
 }  // namespace
