@@ -138,7 +138,7 @@ bool Frei0rInstance::OpenSession() {
 void Frei0rInstance::ApplyParameters() {
   dshost::ParameterStore& store = session_->host().parameters();
   const std::vector<Frei0rParameter>& parameters = table_->parameters();
-  const std::string& presetText = values_.front().text;
+  const std::string& presetText = values_.front().text;  // the table starts with the preset
   if (!presetApplied_ || presetText != appliedPreset_) {
     // A new preset starts from the defaults, as choosing it in the effect's
     // menu would overwrite what it sets; the effect writes the preset's
