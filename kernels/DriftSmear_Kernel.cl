@@ -23,21 +23,53 @@
 
 GF_NAMESPACE_BEGIN
 
-// RGBA of the pixel nearest below uv. A coordinate outside [0, 1) on either
+// Every function below is written channel by channel in scalar arithmetic and
+// without branches in the per-pixel path (selects instead): CPU OpenCL
+// devices vectorise the work-item loop only then. Values that depend only on
+// the parameter record (the eased percent, the threshold band, the velocity
+// edges) are computed where the compiler can hoist them out of that loop.
+
+// Index of the pixel nearest below uv. A coordinate outside [0, 1) on either
 // axis has both components clamped to the low corner of the last pixel, so no
 // sample leaves the frame and an edge pixel repeats. A NaN coordinate is
 // treated as outside and clamps to 0 (converting it to an integer would be
-// undefined); the integer bound after the conversion only protects memory
+// undefined); the integer bounds after the conversion only protect memory
 // should an optimiser that assumes finite math let one through.
+GF_DEVICE_FUNCTION int getTextureIndex(float u, float v, unsigned int width, unsigned int height, int pitch) {
+#if GF_DEVICE_TARGET_OPENCL
+  const bool outside = u < 0.0f || u >= 1.0f || v < 0.0f || v >= 1.0f || isNaN(u) || isNaN(v);
+#else
+  // IEEE comparisons: a NaN fails them all.
+  const bool outside = !(u >= 0.0f && u < 1.0f && v >= 0.0f && v < 1.0f);
+#endif
+  const float clampedU = clampNum(u, 0.0f, 1.0f - 1.0f / (float)width);
+  const float clampedV = clampNum(v, 0.0f, 1.0f - 1.0f / (float)height);
+  u = outside ? clampedU : u;
+  v = outside ? clampedV : v;
+  // The coordinates are non-negative here, so converting through int
+  // truncates exactly as an unsigned conversion would.
+  const int px = clampInt((int)(u * (float)width), 0, (int)width - 1);
+  const int py = clampInt((int)(v * (float)height), 0, (int)height - 1);
+  return py * pitch + px;
+}
+
+// One channel (0 = B, 1 = G, 2 = R, 3 = A as stored) of pixel `index`.
+GF_DEVICE_FUNCTION float readChannel(GF_PTR_READ_ONLY(float4) buffer, int index, int channel, bool is16Bit) {
+  return ReadFloat((GF_PTR_READ_ONLY(float))buffer, 4 * index + channel, is16Bit);
+}
+
+// Grey value 0.3 R + 0.59 G + 0.11 B of the pixel nearest below (u, v).
+GF_DEVICE_FUNCTION float grayAt(GF_PTR_READ_ONLY(float4) buffer, float u, float v, unsigned int width,
+                                unsigned int height, int pitch, bool is16Bit) {
+  const int index = getTextureIndex(u, v, width, height, pitch);
+  return readChannel(buffer, index, 2, is16Bit) * 0.3f + readChannel(buffer, index, 1, is16Bit) * 0.59f +
+         readChannel(buffer, index, 0, is16Bit) * 0.11f;
+}
+
+// RGBA of the pixel nearest below uv (see getTextureIndex).
 GF_DEVICE_FUNCTION float4 getTexture(GF_PTR_READ_ONLY(float4) buffer, float2 uv, unsigned int width,
                                      unsigned int height, int pitch, bool is16Bit) {
-  if (uv.x < 0.0f || uv.x >= 1.0f || uv.y < 0.0f || uv.y >= 1.0f || isNaN(uv.x) || isNaN(uv.y)) {
-    uv = clampNum2(uv, make_float2(0.0f, 0.0f),
-                   make_float2(1.0f - 1.0f / (float)width, 1.0f - 1.0f / (float)height));
-  }
-  const unsigned int px = min((unsigned int)(uv.x * (float)width), width - 1u);
-  const unsigned int py = min((unsigned int)(uv.y * (float)height), height - 1u);
-  return bgra(half4ToFloat4(ReadFloat4(buffer, (int)py * pitch + (int)px, is16Bit)));
+  return bgra(half4ToFloat4(ReadFloat4(buffer, getTextureIndex(uv.x, uv.y, width, height, pitch), is16Bit)));
 }
 
 // Central grey differences of both frames around uv, summed; the fourth
@@ -45,11 +77,12 @@ GF_DEVICE_FUNCTION float4 getTexture(GF_PTR_READ_ONLY(float4) buffer, float2 uv,
 GF_DEVICE_FUNCTION float4 getGradientAt(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ_ONLY(float4) inCur, float2 uv,
                                         float2 offset, unsigned int width, unsigned int height, int prePitch,
                                         int curPitch, bool is16Bit) {
-  const float4 pre = getGray(getTexture(inPre, uv + offset, width, height, prePitch, is16Bit)) -
-                     getGray(getTexture(inPre, uv - offset, width, height, prePitch, is16Bit));
-  const float4 cur = getGray(getTexture(inCur, uv + offset, width, height, curPitch, is16Bit)) -
-                     getGray(getTexture(inCur, uv - offset, width, height, curPitch, is16Bit));
-  return pre + cur;
+  const float pre = grayAt(inPre, uv.x + offset.x, uv.y + offset.y, width, height, prePitch, is16Bit) -
+                    grayAt(inPre, uv.x - offset.x, uv.y - offset.y, width, height, prePitch, is16Bit);
+  const float cur = grayAt(inCur, uv.x + offset.x, uv.y + offset.y, width, height, curPitch, is16Bit) -
+                    grayAt(inCur, uv.x - offset.x, uv.y - offset.y, width, height, curPitch, is16Bit);
+  const float sum = pre + cur;
+  return make_float4(sum, sum, sum, 0.0f);
 }
 
 // Splits each component into its positive and negative parts and scales them.
@@ -57,144 +90,152 @@ GF_DEVICE_FUNCTION float4 getGradientAt(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_R
 // changes sign, which sets the vertical direction of the smear. For s < 0 the
 // vertical component is always 0.
 GF_DEVICE_FUNCTION float2 getFlowVector(float fx, float fy, float2 scale) {
-  const float2 flowX = make_float2(maxNum(fx, 0.0f), fabs(minNum(fx, 0.0f))) * scale.x;
-  const float2 flowY = make_float2(maxNum(fy, 0.0f), fabs(minNum(fy, 0.0f))) * scale.y;
-  float dirY = 1.0f;
-  if (flowY.x > flowY.y) {
-    dirY = -1.0f;
-  }
-  return make_float2(flowX.x - flowX.y, maxNum(flowY.x, flowY.y) * dirY);
+  const float flowXPos = maxNum(fx, 0.0f) * scale.x;
+  const float flowXNeg = fabs(minNum(fx, 0.0f)) * scale.x;
+  const float flowYPos = maxNum(fy, 0.0f) * scale.y;
+  const float flowYNeg = fabs(minNum(fy, 0.0f)) * scale.y;
+  const float dirY = flowYPos > flowYNeg ? -1.0f : 1.0f;
+  return make_float2(flowXPos - flowXNeg, maxNum(flowYPos, flowYNeg) * dirY);
 }
 
 // Gradient (optical-flow) estimate of the motion at pixel xy between the
 // previous and the current frame.
 GF_DEVICE_FUNCTION float2 getFlow(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ_ONLY(float4) inCur,
-                                  GF_PTR_READ_ONLY(KernelData) params, unsigned int width, unsigned int height,
-                                  int prePitch, int curPitch, bool is16Bit, uint2 xy) {
+                                  GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params, unsigned int width,
+                                  unsigned int height, int prePitch, int curPitch, bool is16Bit, uint2 xy) {
   const float2 uv = make_float2((float)xy.x / (float)width, (float)xy.y / (float)height);
-  float4 prev = bgra(half4ToFloat4(ReadFloat4(inPre, (int)xy.y * prePitch + (int)xy.x, is16Bit)));
-  float4 current = bgra(half4ToFloat4(ReadFloat4(inCur, (int)xy.y * curPitch + (int)xy.x, is16Bit)));
-  prev = premult(prev);
-  current = premult(current);
-  const float4 differencing = prev - current;
+  const int preIndex = (int)xy.y * prePitch + (int)xy.x;
+  const int curIndex = (int)xy.y * curPitch + (int)xy.x;
+  // Premultiplied RGBA of both pixels (stored B, G, R, A).
+  const float preA = readChannel(inPre, preIndex, 3, is16Bit);
+  const float curA = readChannel(inCur, curIndex, 3, is16Bit);
+  const float diffR = readChannel(inPre, preIndex, 2, is16Bit) * preA - readChannel(inCur, curIndex, 2, is16Bit) * curA;
+  const float diffG = readChannel(inPre, preIndex, 1, is16Bit) * preA - readChannel(inCur, curIndex, 1, is16Bit) * curA;
+  const float diffB = readChannel(inPre, preIndex, 0, is16Bit) * preA - readChannel(inCur, curIndex, 0, is16Bit) * curA;
   // Signed: a pixel that got brighter gives a negative velocity.
-  const float vel = (differencing.x + differencing.y + differencing.z) / 3.0f;
+  const float vel = (diffR + diffG + diffB) / 3.0f;
   const float movement =
       smoothStep(minNum(params->minVel, params->maxVel), maxNum(params->minVel, params->maxVel), vel);
 
-  const float4 gradX =
-      getGradientAt(inPre, inCur, uv, make_float2(params->offsetX, 0.0f), width, height, prePitch, curPitch, is16Bit);
-  const float4 gradY =
-      getGradientAt(inPre, inCur, uv, make_float2(0.0f, params->offsetY), width, height, prePitch, curPitch, is16Bit);
-  const float4 gradMag = sqrt(gradX * gradX + gradY * gradY + params->lambda);
-  const float4 vx = movement * gradX / gradMag;
-  const float4 vy = movement * gradY / gradMag;
+  const float gradX =
+      getGradientAt(inPre, inCur, uv, make_float2(params->offsetX, 0.0f), width, height, prePitch, curPitch, is16Bit).x;
+  const float gradY =
+      getGradientAt(inPre, inCur, uv, make_float2(0.0f, params->offsetY), width, height, prePitch, curPitch, is16Bit).x;
+  const float gradMag = sqrt(gradX * gradX + gradY * gradY + params->lambda);
+  const float vx = movement * gradX / gradMag;
+  const float vy = movement * gradY / gradMag;
 
-  float2 flow = getFlowVector(vx.x, vy.x, make_float2(params->trailIntensity, params->trailIntensity));
-  if (params->isPremult) {
-    flow = flow * current.w;
-  }
-  return flow;
+  const float2 flow = getFlowVector(vx, vy, make_float2(params->trailIntensity, params->trailIntensity));
+  return make_float2(params->isPremult ? flow.x * curA : flow.x, params->isPremult ? flow.y * curA : flow.y);
 }
 
 // False colour of a vector in [-1, 1]^2; zero motion is (0.5, 0.5, 0.25, 1).
 GF_DEVICE_FUNCTION float4 xy2rgba(float2 v) {
-  const float4 motionX =
-      mix(make_float4(1.0f, 0.0f, 0.0f, 1.0f), make_float4(0.0f, 1.0f, 0.0f, 1.0f), (v.x + 1.0f) / 2.0f);
-  const float4 motionY =
-      mix(make_float4(0.0f, 0.0f, 1.0f, 1.0f), make_float4(1.0f, 1.0f, 0.0f, 1.0f), (v.y + 1.0f) / 2.0f);
-  return (motionX + motionY) / 2.0f;
+  const float tx = (v.x + 1.0f) / 2.0f;
+  const float ty = (v.y + 1.0f) / 2.0f;
+  // mix((1, 0, 0, 1), (0, 1, 0, 1), tx) + mix((0, 0, 1, 1), (1, 1, 0, 1), ty), halved.
+  return make_float4((mix(1.0f, 0.0f, tx) + mix(0.0f, 1.0f, ty)) / 2.0f,
+                     (mix(0.0f, 1.0f, tx) + mix(0.0f, 1.0f, ty)) / 2.0f,
+                     (mix(0.0f, 0.0f, tx) + mix(1.0f, 0.0f, ty)) / 2.0f,
+                     (mix(1.0f, 1.0f, tx) + mix(1.0f, 1.0f, ty)) / 2.0f);
+}
+
+// The pass's blend amount: an ease-out of percent. A NaN (percent NaN, or
+// above 1 with a non-integer exponent) clamps to 0: the pass leaves the
+// current pixel. It depends on the record only, so compilers compute it once
+// per pass.
+GF_DEVICE_FUNCTION float easedPercent(GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params) {
+  return saturate(1.0f - pow(1.0f - params->percent, params->percentEase));
 }
 
 // Samples the previous frame displaced along the flow with the red channel
 // ahead of and the blue channel behind the displaced point, and blends it over
 // the current pixel where the flow is strong enough. Returns RGBA.
 GF_DEVICE_FUNCTION float4 FadeMotion(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ_ONLY(float4) inCur,
-                                     GF_PTR_READ_ONLY(KernelData) params, unsigned int width, unsigned int height,
-                                     int prePitch, int curPitch, bool is16Bit, uint2 xy, float2 flow) {
+                                     GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params, unsigned int width,
+                                     unsigned int height, int prePitch, int curPitch, bool is16Bit, uint2 xy,
+                                     float2 flow) {
   const float2 uv = make_float2((float)xy.x / (float)width, (float)xy.y / (float)height);
   const float2 texel = make_float2(1.0f / (float)width, 1.0f / (float)height);
-  float2 st = uv;
   const float4 current = bgra(half4ToFloat4(ReadFloat4(inCur, (int)xy.y * curPitch + (int)xy.x, is16Bit)));
 
-  flow = make_float2(clampNum(flow.x, -1.0f, 1.0f), clampNum(flow.y, -1.0f, 1.0f));
-  const float flowMag = length(flow);
+  const float flowX = clampNum(flow.x, -1.0f, 1.0f);
+  const float flowY = clampNum(flow.y, -1.0f, 1.0f);
+  const float flowMag = sqrt(flowX * flowX + flowY * flowY);
   const float thresholdMin = maxNum(params->threshold - 0.2f, 0.05f);
   const float thresholdMax = minNum(params->threshold + 0.2f, 0.95f);
   const float stepper = smoothStep(thresholdMin, thresholdMax, flowMag);
 
-  st = st + flow * texel * params->displaceIntensity;
-  // The literals of the shift are deliberately unsuffixed: the CUDA (and host)
-  // build evaluates this expression with its cosine and sine in double
-  // precision, while OpenCL, built with -cl-single-precision-constant, stays
-  // in single precision.
-  const float2 shift =
-      make_float2((float)(cos(flow.x * 3.141592653589793238 + params->chromaticOffset) * 0.0025 * params->chromatic),
-                  (float)(sin(flow.y * 3.141592653589793238 + params->chromaticOffset) * 0.0025 * params->chromatic));
+  const float stX = uv.x + flowX * texel.x * params->displaceIntensity;
+  const float stY = uv.y + flowY * texel.y * params->displaceIntensity;
+  const float2 shift = getChromaticShift(flowX, flowY, params->chromaticOffset, params->chromatic);
 
-  const float2 displaceDebug = (st - uv) * 1000.0f + uv;
-  const float2 shiftDebug = shift * 1000.0f;
-  switch (params->showDebugData) {
-    case 2:  // Motion
-      return xy2rgba(flow);
-    case 3:  // Displace
-      return make_float4(displaceDebug.x, displaceDebug.y, 0.0f, 1.0f);
-    case 4:  // FlowMag
-      return make_float4(flowMag, flowMag, flowMag, 1.0f);
-    case 5:  // Shift
-      return make_float4(shiftDebug.x, shiftDebug.y, 0.0f, 1.0f);
-    default:  // Result
-      break;
-  }
+  // The displaced sample's green and alpha; red ahead of and blue behind it.
+  const int index = getTextureIndex(stX, stY, width, height, prePitch);
+  const float datamoshR =
+      readChannel(inPre, getTextureIndex(stX + shift.x, stY + shift.y, width, height, prePitch), 2, is16Bit);
+  const float datamoshB =
+      readChannel(inPre, getTextureIndex(stX - shift.x, stY - shift.y, width, height, prePitch), 0, is16Bit);
+  const float datamoshG = readChannel(inPre, index, 1, is16Bit);
+  const float datamoshA = readChannel(inPre, index, 3, is16Bit);
 
-  const float r = getTexture(inPre, st + shift, width, height, prePitch, is16Bit).x;
-  const float b = getTexture(inPre, st - shift, width, height, prePitch, is16Bit).z;
-  float4 datamosh = getTexture(inPre, st, width, height, prePitch, is16Bit);
-  datamosh.x = r;
-  datamosh.z = b;
+  const float weight = stepper * easedPercent(params);
+  const float r = mix(current.x, datamoshR, weight);
+  const float g = mix(current.y, datamoshG, weight);
+  const float b = mix(current.z, datamoshB, weight);
+  const float a = mix(current.w, datamoshA, weight);
 
-  // Ease-out of the pass's amount. A NaN (percent NaN, or above 1 with a
-  // non-integer exponent) clamps to 0: the pass leaves the current pixel.
-  const float percent = saturate(1.0f - pow(1.0f - params->percent, params->percentEase));
-  const float4 fragColor = mix(current, datamosh, stepper * percent);
+  // Not activated: both diagonals of the frame as a thin cross, 80 % opaque,
+  // coloured (1, u, v, 1).
+  const bool watermark = !params->is_activated;
+  const float cross = step(minNum(fabs(uv.x - uv.y), fabs(1.0f - uv.x - uv.y)), 0.005f) * 0.8f;
+  const float4 color = make_float4(watermark ? mix(r, 1.0f, cross) : r, watermark ? mix(g, uv.x, cross) : g,
+                                   watermark ? mix(b, uv.y, cross) : b, watermark ? mix(a, 1.0f, cross) : a);
 
-  if (!params->is_activated) {
-    // Both diagonals of the frame as a thin cross, 80 % opaque, red to white.
-    const float4 watermarkColor = make_float4(1.0f, uv.x, uv.y, 1.0f);
-    const float onCross = step(minNum(fabs(uv.x - uv.y), fabs(1.0f - uv.x - uv.y)), 0.005f);
-    return mix(fragColor, watermarkColor, onCross * 0.8f);
-  }
-  return fragColor;
+  // Debug views replace the result (no threshold, percent or watermark).
+  const int view = params->showDebugData;
+  const float4 motion = xy2rgba(make_float2(flowX, flowY));
+  const float displaceX = (stX - uv.x) * 1000.0f + uv.x;
+  const float displaceY = (stY - uv.y) * 1000.0f + uv.y;
+  const float shiftX = shift.x * 1000.0f;
+  const float shiftY = shift.y * 1000.0f;
+  const float viewX = view == 2 ? motion.x : view == 3 ? displaceX : view == 4 ? flowMag : shiftX;
+  const float viewY = view == 2 ? motion.y : view == 3 ? displaceY : view == 4 ? flowMag : shiftY;
+  const float viewZ = view == 2 ? motion.z : view == 4 ? flowMag : 0.0f;
+  const bool debugView = view >= 2 && view <= 5;
+  return make_float4(debugView ? viewX : color.x, debugView ? viewY : color.y, debugView ? viewZ : color.z,
+                     debugView ? 1.0f : color.w);
 }
 
 GF_KERNEL_FUNCTION(MainKernel,
-                   (GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ_ONLY(float4) inCur, GF_PTR(float4) outDst,
-                    GF_PTR_READ_ONLY(KernelData) params, int inPrePitch, int inCurPitch, int inDstPitch, int in16f,
-                    unsigned int inWidth, unsigned int inHeight),
+                   (GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT inPre, GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT inCur,
+                    GF_PTR(float4) GF_BUFFER_RESTRICT outDst, GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params,
+                    int inPrePitch, int inCurPitch, int inDstPitch, int in16f, unsigned int inWidth,
+                    unsigned int inHeight),
                    (inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, in16f, inWidth, inHeight)) {
-  if (inXY.x >= inWidth || inXY.y >= inHeight) {
-    return;
-  }
+  // Work-items beyond the frame compute on the last pixel and write nothing:
+  // every read stays inside the frame and only the store is conditional.
+  // (The host never launches a pass over an empty frame.)
+  const bool inside = inXY.x < inWidth && inXY.y < inHeight;
+  const uint2 xy = make_uint2(inside ? inXY.x : 0u, inside ? inXY.y : 0u);
   const bool is16Bit = !!in16f;
-  const int dstIndex = (int)inXY.y * inDstPitch + (int)inXY.x;
 
-  // Exactly zero, tested on the bits: with relaxed math an OpenCL compiler
-  // may treat a NaN as equal to 0.0f, and a NaN percent must take the full
-  // path.
-  if ((as_uint(params->percent) & 0x7FFFFFFFu) == 0u) {
-    // The oldest pass copies the current frame through with a single bgra(),
-    // so the written pixel has its first and third channels exchanged relative
-    // to the current frame. The passes that follow read it as their previous
-    // frame; the look depends on it.
-    const float4 current =
-        bgra(half4ToFloat4(ReadFloat4(inCur, (int)inXY.y * inCurPitch + (int)inXY.x, is16Bit)));
-    WriteFloat4(float4ToHalf4(current), outDst, dstIndex, is16Bit);
-    return;
+  const float2 flow = getFlow(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, xy);
+  const float4 color = FadeMotion(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, xy, flow);
+
+  // Percent exactly zero, tested on the bits: with relaxed math an OpenCL
+  // compiler may treat a NaN as equal to 0.0f, and a NaN percent must take the
+  // full path. That pass copies the current frame through with a single
+  // bgra(), so the written pixel has its first and third channels exchanged
+  // relative to the current frame; the passes that follow read it as their
+  // previous frame and the look depends on it.
+  const bool copyPass = (as_uint(params->percent) & 0x7FFFFFFFu) == 0u;
+  const float4 current = bgra(half4ToFloat4(ReadFloat4(inCur, (int)xy.y * inCurPitch + (int)xy.x, is16Bit)));
+  const float4 written = make_float4(copyPass ? current.x : color.z, copyPass ? current.y : color.y,
+                                     copyPass ? current.z : color.x, copyPass ? current.w : color.w);
+  if (inside) {
+    WriteFloat4(float4ToHalf4(written), outDst, (int)xy.y * inDstPitch + (int)xy.x, is16Bit);
   }
-
-  const float2 flow = getFlow(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, inXY);
-  const float4 color = FadeMotion(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, inXY, flow);
-  WriteFloat4(float4ToHalf4(bgra(color)), outDst, dstIndex, is16Bit);
 }
 
 // Copies inSrc into outDst with the source's (0, 0) at (inOffsetX, inOffsetY),

@@ -5,10 +5,13 @@ namespace driftsmear::kernel {
 void RunMainKernelCpu(const float4* inPre, const float4* inCur, float4* outDst, const KernelData* params,
                       int inPrePitch, int inCurPitch, int inDstPitch, int in16f, unsigned int inWidth,
                       unsigned int inHeight) {
+  // A local copy of the record: the compiler then knows that no pixel write
+  // changes it and computes its per-pass values once, outside the loop.
+  const KernelData record = *params;
   for (unsigned int y = 0; y < inHeight; ++y) {
     for (unsigned int x = 0; x < inWidth; ++x) {
-      hostWorkItem = make_uint2(x, y);
-      MainKernel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, in16f, inWidth, inHeight);
+      MainKernel_Delegate(inPre, inCur, outDst, &record, inPrePitch, inCurPitch, inDstPitch, in16f, inWidth, inHeight,
+                          make_uint2(x, y));
     }
   }
 }
@@ -18,9 +21,8 @@ void RunResizeKernelCpu(const float4* inSrc, float4* outDst, int inSrcPitch, int
                         int inOffsetX, int inOffsetY) {
   for (unsigned int y = 0; y < outHeight; ++y) {
     for (unsigned int x = 0; x < outWidth; ++x) {
-      hostWorkItem = make_uint2(x, y);
-      ResizeKernel(inSrc, outDst, inSrcPitch, inDstPitch, in16f, inWidth, inHeight, outWidth, outHeight, inOffsetX,
-                   inOffsetY);
+      ResizeKernel_Delegate(inSrc, outDst, inSrcPitch, inDstPitch, in16f, inWidth, inHeight, outWidth, outHeight,
+                            inOffsetX, inOffsetY, make_uint2(x, y));
     }
   }
 }

@@ -14,29 +14,6 @@ GF_NAMESPACE_BEGIN
 
 // Without GF_OPENCL_SUPPORTS_16F the half paths are compiled out and every
 // access is a 32-bit one, whatever the flag says.
-GF_DEVICE_FUNCTION float4 ReadFloat4(GF_PTR_READ_ONLY(float4) image, int index, bool is16Bit) {
-#if GF_OPENCL_SUPPORTS_16F
-  if (is16Bit) {
-    return vload_half4((size_t)index, (const __global half*)image);
-  }
-#else
-  (void)is16Bit;
-#endif
-  return image[index];
-}
-
-GF_DEVICE_FUNCTION void WriteFloat4(float4 pixel, GF_PTR(float4) image, int index, bool is16Bit) {
-#if GF_OPENCL_SUPPORTS_16F
-  if (is16Bit) {
-    vstore_half4_rtz(pixel, (size_t)index, (__global half*)image);
-    return;
-  }
-#else
-  (void)is16Bit;
-#endif
-  image[index] = pixel;
-}
-
 GF_DEVICE_FUNCTION float2 ReadFloat2(GF_PTR_READ_ONLY(float2) image, int index, bool is16Bit) {
 #if GF_OPENCL_SUPPORTS_16F
   if (is16Bit) {
@@ -81,6 +58,24 @@ GF_DEVICE_FUNCTION void WriteFloat(float value, GF_PTR(float) image, int index, 
   (void)is16Bit;
 #endif
   image[index] = value;
+}
+
+// Pixels are read and written one channel at a time (the same values as
+// vload_half4 / vstore_half4_rtz or a four-float access): a CPU device
+// vectorises a kernel across work-items only when every value in it is a
+// scalar.
+GF_DEVICE_FUNCTION float4 ReadFloat4(GF_PTR_READ_ONLY(float4) image, int index, bool is16Bit) {
+  GF_PTR_READ_ONLY(float) channels = (GF_PTR_READ_ONLY(float))image;
+  return make_float4(ReadFloat(channels, 4 * index, is16Bit), ReadFloat(channels, 4 * index + 1, is16Bit),
+                     ReadFloat(channels, 4 * index + 2, is16Bit), ReadFloat(channels, 4 * index + 3, is16Bit));
+}
+
+GF_DEVICE_FUNCTION void WriteFloat4(float4 pixel, GF_PTR(float4) image, int index, bool is16Bit) {
+  GF_PTR(float) channels = (GF_PTR(float))image;
+  WriteFloat(pixel.x, channels, 4 * index, is16Bit);
+  WriteFloat(pixel.y, channels, 4 * index + 1, is16Bit);
+  WriteFloat(pixel.z, channels, 4 * index + 2, is16Bit);
+  WriteFloat(pixel.w, channels, 4 * index + 3, is16Bit);
 }
 
 #elif GF_DEVICE_TARGET_CUDA

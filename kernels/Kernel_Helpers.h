@@ -44,8 +44,18 @@ GF_DEVICE_FUNCTION float minNum(float a, float b) {
   return a < b ? a : b;
 }
 
-// min(max(x, lo), hi) with NaN discarded: a NaN x gives lo.
-GF_DEVICE_FUNCTION float clampNum(float x, float lo, float hi) { return minNum(maxNum(x, lo), hi); }
+// min(max(x, lo), hi) with NaN discarded: a NaN x gives lo. The bounds are
+// never NaN. Where comparisons are IEEE ones, a NaN x simply fails the first
+// comparison (and this is the cheaper form); under relaxed math the bit test
+// of maxNum is needed.
+GF_DEVICE_FUNCTION float clampNum(float x, float lo, float hi) {
+#if GF_DEVICE_TARGET_OPENCL
+  return minNum(maxNum(x, lo), hi);
+#else
+  const float above = x > lo ? x : lo;
+  return above < hi ? above : hi;
+#endif
+}
 
 GF_DEVICE_FUNCTION float2 clampNum2(float2 v, float2 lo, float2 hi) {
   return make_float2(clampNum(v.x, lo.x, hi.x), clampNum(v.y, lo.y, hi.y));
@@ -60,11 +70,50 @@ GF_DEVICE_FUNCTION float saturate(float x) { return clampNum(x, 0.0f, 1.0f); }
 // result is 1 above the edge and 0 at or below it (and 0 for a NaN x).
 // Reversed edges (e0 > e1) follow the formula as it stands.
 GF_DEVICE_FUNCTION float smoothStep(float edge0, float edge1, float x) {
-  if (edge0 == edge1) {
-    return x > edge0 ? 1.0f : 0.0f;
-  }
   const float t = saturate((x - edge0) / (edge1 - edge0));
-  return t * t * (3.0f - 2.0f * t);
+  const float above = x > edge0 ? 1.0f : 0.0f;
+  return edge0 == edge1 ? above : t * t * (3.0f - 2.0f * t);
+}
+
+GF_DEVICE_FUNCTION int clampInt(int x, int lo, int hi) { return x < lo ? lo : x > hi ? hi : x; }
+
+#if GF_DEVICE_TARGET_OPENCL
+// cos(a) (phase 0) or sin(a) (phase 3) in single precision, inlined: the
+// argument is reduced to [-pi/4, pi/4] around the nearest multiple of pi/2
+// (pi/2 split in three parts so that the reduction is exact for the
+// arguments the kernels use) and the Taylor series of cos and sin, accurate
+// to float precision on that range, is selected by quadrant.
+GF_DEVICE_FUNCTION float cosQuadrant(float a, int phase) {
+  const float q = rint(a * 0.636619772367581343f);
+  float r = a - q * 1.5703125f;
+  r = r - q * 4.837512969970703125e-4f;
+  r = r - q * 7.54978995489188216e-8f;
+  const int quadrant = ((int)q + phase) & 3;
+  const float r2 = r * r;
+  const float c =
+      1.0f + r2 * (-0.5f + r2 * (4.16666667e-2f + r2 * (-1.38888889e-3f + r2 * (2.48015873e-5f + r2 * -2.75573192e-7f))));
+  const float s = r * (1.0f + r2 * (-1.66666667e-1f + r2 * (8.33333333e-3f + r2 * (-1.98412698e-4f + r2 * 2.75573192e-6f))));
+  const float v = (quadrant & 1) != 0 ? s : c;
+  return quadrant == 1 || quadrant == 2 ? -v : v;
+}
+#endif
+
+// The red/blue split of a pixel with clamped flow (fx, fy):
+// (cos(fx * pi + offset), sin(fy * pi + offset)) * 0.0025 * chromatic, in
+// normalised units. The literals are deliberately unsuffixed: the CUDA and
+// host builds evaluate the expression with its cosine and sine in double
+// precision. OpenCL, built with -cl-single-precision-constant, stays in
+// single precision and uses the inlined cosine and sine above (the library's
+// argument reduction is a call that would stop the work-item loop from being
+// vectorised).
+GF_DEVICE_FUNCTION float2 getChromaticShift(float fx, float fy, float offset, float chromatic) {
+#if GF_DEVICE_TARGET_OPENCL
+  return make_float2(cosQuadrant(fx * 3.141592653589793238f + offset, 0) * 0.0025f * chromatic,
+                     cosQuadrant(fy * 3.141592653589793238f + offset, 3) * 0.0025f * chromatic);
+#else
+  return make_float2((float)(cos(fx * 3.141592653589793238 + offset) * 0.0025 * chromatic),
+                     (float)(sin(fy * 3.141592653589793238 + offset) * 0.0025 * chromatic));
+#endif
 }
 
 // Work-group barrier on local memory (no kernel of this program uses one).
