@@ -48,6 +48,9 @@ const char* outputFormatName(OutputFormat format) {
     case OutputFormat::ProRes4444Mov: return "ProRes 4444 MOV";
     case OutputFormat::Ffv1Mkv: return "FFV1 MKV";
     case OutputFormat::PngSequence: return "PNG sequence";
+    case OutputFormat::Vp9Webm: return "VP9 WebM";
+    case OutputFormat::Ffv1Nut: return "FFV1 NUT";
+    case OutputFormat::Image: return "image";
   }
   return "unknown";
 }
@@ -58,25 +61,31 @@ std::optional<OutputFormat> parseOutputFormat(std::string_view name) {
   if (key == "mov" || key == "prores" || key == "prores4444") return OutputFormat::ProRes4444Mov;
   if (key == "mkv" || key == "ffv1") return OutputFormat::Ffv1Mkv;
   if (key == "png") return OutputFormat::PngSequence;
+  if (key == "webm" || key == "vp9") return OutputFormat::Vp9Webm;
+  if (key == "nut") return OutputFormat::Ffv1Nut;
   if (key == "auto") return OutputFormat::Auto;
   return std::nullopt;
 }
 
 OutputFormat outputFormatForPath(const fs::path& output) {
   std::error_code ec;
-  if (SequencePattern::looksLikePattern(output) || !output.has_filename() || fs::is_directory(output, ec)) {
-    return OutputFormat::PngSequence;
+  if (output == "-") {
+    throw MediaError(MediaErrc::InvalidArgument, "standard output has no file name to tell the format by: name one");
   }
   const std::string ext = toLower(output.extension().string());
+  if (SequencePattern::looksLikePattern(output)) {
+    return ext == ".png" ? OutputFormat::PngSequence : OutputFormat::Image;
+  }
+  if (!output.has_filename() || fs::is_directory(output, ec)) return OutputFormat::PngSequence;
   if (ext == ".mp4" || ext == ".m4v") return OutputFormat::H264Mp4;
   if (ext == ".mov") return OutputFormat::ProRes4444Mov;
   if (ext == ".mkv") return OutputFormat::Ffv1Mkv;
-  if (ext == ".png") {
-    throw MediaError(MediaErrc::Unsupported, "cannot tell how to number the frames of " + output.string() +
-                                                 ": name a PNG sequence with a pattern such as frames/%04d.png, or a folder");
-  }
+  if (ext == ".webm") return OutputFormat::Vp9Webm;
+  if (ext == ".nut") return OutputFormat::Ffv1Nut;
+  if (isImageFileName(output)) return OutputFormat::Image;
   throw MediaError(MediaErrc::Unsupported, "unsupported output format '" + output.filename().string() +
-                                               "': use .mp4 (H.264), .mov (ProRes 4444), .mkv (FFV1) or a PNG pattern/folder");
+                                               "': use .mp4 (H.264), .mov (ProRes 4444), .mkv (FFV1), .webm (VP9), "
+                                               ".nut, an image (.png, .jpg, .exr, ...) or a pattern/folder of them");
 }
 
 struct MediaWriter::Impl {
@@ -90,8 +99,26 @@ struct MediaWriter::Impl {
   std::int64_t frames = 0;
   bool finished = false;
 
+  bool toStandardOutput() const { return output == "-"; }
+
   void checkTarget() {
     std::error_code ec;
+    if (toStandardOutput()) {
+      if (format == OutputFormat::PngSequence || format == OutputFormat::Image) {
+        throw MediaError(MediaErrc::Unsupported, "image files cannot go to standard output: name a video format");
+      }
+#if !DRIFTSMEAR_HAVE_FFMPEG
+      throw MediaError(MediaErrc::Unsupported, "this build has no FFmpeg and cannot write video to standard output");
+#endif
+      return;
+    }
+    if (format == OutputFormat::Image && SequencePattern::looksLikePattern(output)) {
+      pattern = SequencePattern::parse(output);
+      if (!options.overwrite && !pattern->existingNumbers().empty()) {
+        throw MediaError(MediaErrc::OutputExists, "frames of " + pattern->text() + " already exist; refusing to overwrite them");
+      }
+      return;
+    }
     if (format == OutputFormat::PngSequence) {
       fs::path patternPath = output;
       if (!SequencePattern::looksLikePattern(output)) {
@@ -110,8 +137,10 @@ struct MediaWriter::Impl {
       return;
     }
 #if !DRIFTSMEAR_HAVE_FFMPEG
-    throw MediaError(MediaErrc::Unsupported, std::string("this build has no FFmpeg and cannot write ") +
-                                                 outputFormatName(format) + "; write a PNG sequence instead");
+    if (format != OutputFormat::Image) {
+      throw MediaError(MediaErrc::Unsupported, std::string("this build has no FFmpeg and cannot write ") +
+                                                   outputFormatName(format) + "; write a PNG sequence instead");
+    }
 #endif
     if (fs::is_directory(output, ec)) throw MediaError(MediaErrc::WriteFailed, output.string() + " is a folder");
     if (fs::exists(output, ec) && !options.overwrite) {
@@ -136,12 +165,18 @@ struct MediaWriter::Impl {
   void start(const ImageF& first) {
     width = first.width;
     height = first.height;
-    if (format == OutputFormat::PngSequence) {
+    if (format == OutputFormat::PngSequence || format == OutputFormat::Image) {
       std::error_code ec;
-      if (!pattern->folder().empty()) fs::create_directories(pattern->folder(), ec);
+      if (pattern && !pattern->folder().empty()) fs::create_directories(pattern->folder(), ec);
       if (ec) throw MediaError(MediaErrc::WriteFailed, "cannot create the folder " + pattern->folder().string() + ": " + ec.message());
-      if (sourceHasAudio(options.audioFrom)) warnings.push_back("audio not copied: a PNG sequence holds no audio");
-      sink = detail::makePngSequenceSink(*pattern, options, width, height, warnings);
+      if (sourceHasAudio(options.audioFrom)) {
+        warnings.push_back(std::string("audio not copied: ") +
+                           (format == OutputFormat::PngSequence ? "a PNG sequence"
+                            : pattern                          ? "an image sequence"
+                                                               : "an image") +
+                           " holds no audio");
+      }
+      sink = detail::makeImageSink(pattern, output, options, width, height, warnings);
       return;
     }
 #if DRIFTSMEAR_HAVE_FFMPEG

@@ -20,17 +20,24 @@ enum class OutputFormat {
   H264Mp4,        // .mp4: H.264 (libx264), yuv420p, BT.709 limited range; no alpha
   ProRes4444Mov,  // .mov: ProRes 4444 (prores_ks), yuva444p10le; keeps alpha
   Ffv1Mkv,        // .mkv: FFV1 lossless, bgra (or gbrap16le, see ffv1Bits); keeps alpha
-  PngSequence     // a %d pattern or a folder: 16-bit RGBA PNGs (8-bit without FFmpeg); keeps alpha
+  PngSequence,    // a %d pattern or a folder: 16-bit RGBA PNGs (8-bit without FFmpeg); keeps alpha
+  Vp9Webm,        // .webm: VP9 (libvpx-vp9), yuv420p (yuva420p with alpha)
+  Ffv1Nut,        // .nut: FFV1 as for .mkv, in FFmpeg's own container (pipes)
+  Image           // one image file (.png, .jpg, .exr, .tif, ...), or a %d pattern of them: FFmpeg's image encoders
 };
 
 const char* outputFormatName(OutputFormat format);
 
-// "mp4"/"h264", "mov"/"prores", "mkv"/"ffv1", "png"; case-insensitive.
+// "mp4"/"h264", "mov"/"prores", "mkv"/"ffv1", "webm"/"vp9", "nut", "png";
+// case-insensitive.
 std::optional<OutputFormat> parseOutputFormat(std::string_view name);
 
-// The format a name asks for: a %d pattern, an existing folder or a name ending
-// in a slash -> PngSequence; .mp4/.m4v -> H264Mp4; .mov -> ProRes4444Mov;
-// .mkv -> Ffv1Mkv. Throws MediaError(Unsupported) for anything else.
+// The format a name asks for: a %d pattern of .png, an existing folder or a
+// name ending in a slash -> PngSequence; .mp4/.m4v -> H264Mp4; .mov ->
+// ProRes4444Mov; .mkv -> Ffv1Mkv; .webm -> Vp9Webm; .nut -> Ffv1Nut; one
+// image file, or a %d pattern of another image type -> Image. Throws
+// MediaError(Unsupported) for anything else. "-" (standard output) has no
+// format of its own: WriterOptions::format must name one.
 OutputFormat outputFormatForPath(const std::filesystem::path& output);
 
 struct WriterOptions {
@@ -54,6 +61,12 @@ struct WriterOptions {
   int ffv1Bits = 8;
   int h264Crf = 18;
   std::string h264Preset = "veryfast";
+  // Any FFmpeg video encoder instead of the format's own (empty: the
+  // format's); a pixel format by FFmpeg's name (empty: the encoder's best);
+  // a constant-quality level for encoders that take "crf" (-1: the default).
+  std::string codec;
+  std::string pixelFormat;
+  int crf = -1;
   int sequenceStartNumber = 0;  // number of the first PNG file
 };
 

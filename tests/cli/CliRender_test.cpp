@@ -254,3 +254,59 @@ TEST(CliRender, KeyframedSettingsChangeTheFramesOverTimeAsTheKeysSay) {
     EXPECT_GT(DifferingPixels(keyed[6], high[6], kLossless), 0);
   }
 }
+
+#ifndef _WIN32
+// ffmpeg-style I/O: standard input to standard output through a pipe into
+// ffprobe, the formats chosen by name or --format, encoder choices, and a
+// single image that is the frame at --start.
+TEST(CliRender, PipesFormatsAndSingleImagesAsFfmpegUsersExpect) {
+  CLI_REQUIRE_DEVICE();
+  CLI_REQUIRE_FFMPEG();
+  Scratch dir;
+  std::string reason;
+  const auto clip = MakeClipWithAudio(dir.path(), &reason);
+  if (!clip) GTEST_SKIP() << reason;
+  const RunResult piped =
+      RunCliPiped("cat '" + clip->string() + "'", {"render", "-", "-o", "-", "--format", "nut", "-q", "--stats"},
+                  "ffprobe -v error -count_frames -show_entries stream=codec_name,nb_read_frames -of csv=p=0 -");
+  EXPECT_EQ(piped.exitCode, 0) << piped.Describe();
+  EXPECT_NE(piped.out.find("ffv1," + std::to_string(kClipFrames)), std::string::npos) << piped.Describe();
+  EXPECT_NE(piped.err.find("stats: frames=12"), std::string::npos) << "the summary leaves the video alone";
+
+  struct Case {
+    std::string output;
+    std::vector<std::string> extra;
+    const char* codec;        // empty: any (JPEG is read back without FFmpeg)
+    const char* pixelFormat;  // empty: any
+    int64_t frames;
+  };
+  const Case cases[] = {
+      {"vp9.webm", {}, "vp9", "", 3},
+      {"x.mp4", {"--pix-fmt", "yuv444p", "--crf", "0"}, "h264", "yuv444p", 3},
+      {"x.mkv", {"--codec", "ffv1", "--pix-fmt", "gbrp16le"}, "ffv1", "gbrp16le", 3},
+      {"still.jpg", {}, "", "", 1},
+      {"still.exr", {}, "exr", "gbrpf32le", 1},
+      {"j_%02d.jpg", {}, "", "", 3},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> args{"render", clip->string(), "-o", (dir / c.output).string(), "-q", "--start", "5f",
+                                  "--duration", "3f"};
+    args.insert(args.end(), c.extra.begin(), c.extra.end());
+    const RunResult result = RunCli(args);
+    ASSERT_EQ(result.exitCode, 0) << c.output << ": " << result.Describe();
+    const dshost::MediaInfo info = InfoOf(dir / c.output);
+    if (*c.codec) {
+      EXPECT_EQ(info.codecName, c.codec) << c.output;
+    }
+    if (*c.pixelFormat) {
+      EXPECT_EQ(info.pixelFormat, c.pixelFormat) << c.output;
+    }
+    EXPECT_EQ(info.frameCount, c.frames) << c.output;
+  }
+  // The single image is the frame at --start of a full render.
+  ASSERT_EQ(RunCli({"render", clip->string(), "-o", (dir / "all_%02d.png").string(), "-q"}).exitCode, 0);
+  ASSERT_EQ(RunCli({"render", clip->string(), "-o", (dir / "still.png").string(), "-q", "--start", "5f"}).exitCode, 0);
+  EXPECT_LE(DifferingPixels(ReadAll(dir / "still.png").at(0), ReadAll(dir / "all_%02d.png").at(5), kLossless),
+            kRacingPixels);
+}
+#endif

@@ -146,6 +146,15 @@ std::vector<RunResult> RunCliTogether(const std::vector<std::vector<std::string>
   return results;
 }
 
+RunResult RunCliPiped(const std::string& before, const std::vector<std::string>& args, const std::string& after) {
+  const RunFiles files;
+  std::string command = Quote(DRIFTSMEAR_CLI_PATH);
+  for (const std::string& arg : args) command += " " + Quote(arg);
+  System(before + " | { " + command + " 2>" + Quote(files.err.string()) + "; echo $? >" + Quote(files.code.string()) +
+         "; } | " + after + " >" + Quote(files.out.string()));
+  return files.Collect(std::atoi(ReadFile(files.code).c_str()));
+}
+
 RunResult RunCliWithFileLimit(const std::vector<std::string>& args, int kilobytes) {
   const RunFiles files;
   // sh counts the limit in blocks of 512 bytes.

@@ -38,6 +38,9 @@ std::vector<RunResult> RunCliTogether(const std::vector<std::vector<std::string>
 // Runs driftsmear with the files it writes limited to `kilobytes` each (a
 // full disk, as the program sees it).
 RunResult RunCliWithFileLimit(const std::vector<std::string>& args, int kilobytes);
+// Runs "BEFORE | driftsmear ARGS | AFTER" in the shell: `out` is what AFTER
+// printed, `err` what driftsmear printed, the exit code driftsmear's.
+RunResult RunCliPiped(const std::string& before, const std::vector<std::string>& args, const std::string& after);
 #endif
 
 // A fresh folder, removed with everything in it when the test ends.

@@ -38,6 +38,11 @@ const OptionRule kOptions[] = {
     {"-q", false, kRender | kDemo | kInfo | kPanel},
     {"--stats", false, kRender | kDemo},
     {"--allow-gaps", false, kRender},
+    {"--format", true, kRender | kDemo},
+    {"--codec", true, kRender | kDemo},
+    {"--pix-fmt", true, kRender | kDemo},
+    {"--crf", true, kRender | kDemo},
+    {"--fps", true, kRender},
     {"--module", true, kRender | kDemo | kInfo | kPanel},
     {"--width", true, kDemo},
     {"--height", true, kDemo},
@@ -56,6 +61,39 @@ const CommandEntry kCommands[] = {
     {"info", Command::Info, kInfo},
     {"panel", Command::Panel, kPanel},
 };
+
+// What driftsmear takes instead of an option people type from ffmpeg habit.
+const char* FfmpegEquivalent(const std::string& option) {
+  struct Habit {
+    const char* ffmpeg;
+    const char* instead;
+  };
+  static const Habit kHabits[] = {
+      {"-i", "driftsmear takes the input without -i: driftsmear render INPUT -o OUTPUT"},
+      {"-ss", "use --start TIME"},
+      {"-t", "use --duration TIME"},
+      {"-to", "use --duration TIME (a length, not an end time)"},
+      {"-n", "driftsmear never overwrites without -y; leave -n out"},
+      {"-hide_banner", "driftsmear prints no banner; -q prints nothing but errors"},
+      {"--hide_banner", "driftsmear prints no banner; -q prints nothing but errors"},
+      {"-loglevel", "use -q for errors only"},
+      {"-v", "use -q for errors only"},
+      {"-r", "use --fps (image sequences)"},
+      {"-f", "use --format NAME"},
+      {"-c:v", "use --codec NAME"},
+      {"-vcodec", "use --codec NAME"},
+      {"-crf", "use --crf N"},
+      {"-pix_fmt", "use --pix-fmt NAME"},
+      {"--pix_fmt", "use --pix-fmt NAME"},
+      {"-vf", "driftsmear applies the effect only; --set KEY=VALUE sets its parameters"},
+  };
+  for (const Habit& habit : kHabits) {
+    if (option == habit.ffmpeg) {
+      return habit.instead;
+    }
+  }
+  return nullptr;
+}
 
 [[noreturn]] void Usage(const std::string& message) {
   throw CliError(kExitUsage, message + "; see 'driftsmear --help'");
@@ -133,6 +171,9 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       }
     }
     if (rule == nullptr) {
+      if (const char* instead = FfmpegEquivalent(name)) {
+        Usage("unknown option '" + name + "': " + instead);
+      }
       for (const OptionRule& candidate : kOptions) {
         if (name == candidate.name) {
           Usage("option " + name + " does not apply to '" + first + "'");
@@ -190,6 +231,16 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       options.stats = true;
     } else if (name == "--allow-gaps") {
       options.allowGaps = true;
+    } else if (name == "--format") {
+      options.format = Lower(value);
+    } else if (name == "--codec") {
+      options.codec = value;
+    } else if (name == "--pix-fmt") {
+      options.pixFmt = value;
+    } else if (name == "--crf") {
+      options.crf = ParseCount(name, value, 0, 63);
+    } else if (name == "--fps") {
+      options.fps = value;
     } else if (name == "--module") {
       options.module = value;
     } else if (name == "--width") {
@@ -245,9 +296,14 @@ Commands:
            registration values.
   panel    Save the Effect Controls area as the effect draws it, as a PNG.
 
-Output formats, chosen by OUTPUT's name:
+Input and output:
+  INPUT - reads standard input (a video), -o - writes standard output (with
+  --format). Output formats, chosen by OUTPUT's name or --format:
   .mp4 H.264 | .mov ProRes 4444 (alpha) | .mkv FFV1 lossless (alpha)
+  .webm VP9 | .nut FFV1 (for pipes)
   a %d pattern (out/%04d.png) or a folder ending in / : 16-bit PNG sequence
+  a %d pattern of .jpg, .exr (float), .tif, .webp: an image sequence
+  one image (still.png, still.jpg, still.exr): the frame at --start
   Audio of the input is copied through.
 
 Render options:
@@ -276,6 +332,13 @@ Render options:
   --duration TIME       how much to render (default: to the end)
                         TIME: seconds (2.5 or 2.5s), frames (60f) or a
                         clock time (1:30, 0:01:02.5)
+  --format NAME         mp4, mov, mkv, webm, nut or png, whatever the name
+  --codec NAME          any FFmpeg video encoder ('ffmpeg -encoders')
+  --pix-fmt NAME        the encoder's pixel format ('ffmpeg -pix_fmts')
+  --crf N               constant quality for encoders that take it (H.264
+                        default 18; lower is better)
+  --fps RATE            frame rate of an image sequence or image (default
+                        25): 24, 29.97 or 30000/1001
   --allow-gaps          an image sequence with missing files runs to its
                         last file, each missing frame holding the one before
                         (default: it ends at the first gap, with a warning)

@@ -26,6 +26,11 @@ struct Options {
   bool quiet = false;                 // --quiet
   bool stats = false;                 // --stats: a machine-readable summary line
   bool allowGaps = false;             // --allow-gaps: hold the last frame over gaps in a sequence
+  std::optional<std::string> format;  // --format: the output format by name (needed for -o -)
+  std::optional<std::string> codec;   // --codec: any FFmpeg video encoder
+  std::optional<std::string> pixFmt;  // --pix-fmt: the encoder's pixel format
+  std::optional<int> crf;             // --crf: constant quality
+  std::optional<std::string> fps;     // --fps: the frame rate of an image sequence or image
   // demo only, not in the help: a smaller generated clip (tests).
   std::optional<int> width;
   std::optional<int> height;

@@ -1,12 +1,23 @@
 // render and demo: a clip through the effect into a file.
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <vector>
+
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
 
 #include "host/media/MediaError.h"
 #include "host/media/MediaReader.h"
 #include "host/media/MediaWriter.h"
+#include "host/media/SequencePattern.h"
 #include "host/media/SyntheticClip.h"
 #include "tools/driftsmear/CliError.h"
 #include "tools/driftsmear/Commands.h"
@@ -119,14 +130,16 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
   }
   showWarnings();
   if (options.stats) {
-    std::printf("stats: frames=%lld rendered=%lld written=%lld decoded=%llu input_frames=%lld cache=%zu "
+    // With the video on standard output the summary goes to standard error.
+    std::FILE* statsOut = job.outputText == "-" ? stderr : stdout;
+    std::fprintf(statsOut, "stats: frames=%lld rendered=%lld written=%lld decoded=%llu input_frames=%lld cache=%zu "
                 "seconds=%.3f fps=%.3f decode_seconds=%.3f render_seconds=%.3f encode_seconds=%.3f\n",
                 static_cast<long long>(frames), static_cast<long long>(result.rendered),
                 static_cast<long long>(result.written), static_cast<unsigned long long>(result.decodes),
                 static_cast<long long>(result.inputFramesUsed), result.cacheFrames, result.seconds,
                 result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0.0,
                 result.decodeSeconds, result.renderSeconds, result.encodeSeconds);
-    std::fflush(stdout);
+    std::fflush(statsOut);
   }
   const std::string kept =
       result.written > 0
@@ -154,12 +167,107 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
                  FormatNumber(result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0, 2)
                      .c_str());
   }
-  if (printResult && !options.quiet) {
+  if (printResult && !options.quiet && job.outputText != "-") {
     std::error_code error;
     const fs::path absolute = fs::absolute(job.output, error);
     std::printf("Result: %s\n", PathToUtf8(error ? job.output : absolute).c_str());
   }
   return kExitOk;
+}
+
+// The output choices of the command line: --format, --codec, --pix-fmt,
+// --crf. Standard output ("-") needs --format.
+void ApplyOutputOptions(const Options& options, Job& job) {
+  if (options.format) {
+    const auto format = dshost::parseOutputFormat(*options.format);
+    if (!format || *format == dshost::OutputFormat::Auto) {
+      throw CliError(kExitUsage, "--format takes mp4, mov, mkv, webm, nut or png, not '" + *options.format + "'");
+    }
+    job.writerOptions.format = *format;
+  } else if (job.outputText == "-") {
+    throw CliError(kExitUsage, "-o - writes to standard output: add --format mp4|mov|mkv|webm|nut");
+  }
+  job.writerOptions.codec = options.codec.value_or("");
+  job.writerOptions.pixelFormat = options.pixFmt.value_or("");
+  if (options.crf) {
+    job.writerOptions.crf = *options.crf;
+    job.writerOptions.h264Crf = *options.crf;
+  }
+}
+
+// True when the output names one image file: it holds one frame.
+bool IsSingleImage(const Job& job) {
+  try {
+    const dshost::OutputFormat format = job.writerOptions.format != dshost::OutputFormat::Auto
+                                            ? job.writerOptions.format
+                                            : dshost::outputFormatForPath(job.output);
+    return format == dshost::OutputFormat::Image && !dshost::SequencePattern::looksLikePattern(job.output);
+  } catch (const dshost::MediaError&) {
+    return false;  // the writer says what is wrong with the name
+  }
+}
+
+// Standard input copied to a temporary file, which the reader can measure and
+// seek in as in any file; removed when done.
+class SpooledInput {
+ public:
+  SpooledInput() {
+    static const std::string name = "driftsmear-stdin-" + std::to_string(
+#ifdef _WIN32
+                                                             _getpid()
+#else
+                                                             getpid()
+#endif
+                                                         );
+    path_ = fs::temp_directory_path() / name;
+#ifdef _WIN32
+    _setmode(_fileno(stdin), _O_BINARY);
+#endif
+    std::FILE* out = std::fopen(PathToUtf8(path_).c_str(), "wb");
+    if (out == nullptr) {
+      throw CliError(kExitInput, "cannot keep standard input in " + PathToUtf8(path_));
+    }
+    std::vector<char> buffer(1 << 20);
+    bool ok = true;
+    size_t got = 0;
+    while ((got = std::fread(buffer.data(), 1, buffer.size(), stdin)) > 0) {
+      ok = ok && std::fwrite(buffer.data(), 1, got, out) == got;
+    }
+    ok = ok && !std::ferror(stdin);
+    ok = std::fclose(out) == 0 && ok;
+    if (!ok) {
+      Remove();
+      throw CliError(kExitInput, "cannot read standard input into " + PathToUtf8(path_));
+    }
+  }
+  ~SpooledInput() { Remove(); }
+  SpooledInput(const SpooledInput&) = delete;
+  SpooledInput& operator=(const SpooledInput&) = delete;
+  const fs::path& path() const { return path_; }
+
+ private:
+  void Remove() {
+    std::error_code ignored;
+    fs::remove(path_, ignored);
+  }
+  fs::path path_;
+};
+
+// "24", "29.97" or "30000/1001".
+dshost::Rational ParseFrameRate(const std::string& text) {
+  const size_t slash = text.find('/');
+  if (slash != std::string::npos) {
+    const auto num = ParseNumber(text.substr(0, slash));
+    const auto den = ParseNumber(text.substr(slash + 1));
+    if (num && den && *num >= 1 && *den >= 1 && *num == std::floor(*num) && *den == std::floor(*den) &&
+        *num <= 1e6 && *den <= 1e6) {
+      return dshost::Rational{static_cast<int64_t>(*num), static_cast<int64_t>(*den)}.reduced();
+    }
+  } else if (const auto value = ParseNumber(text); value && *value > 0 && *value <= 1000) {
+    // Three decimals are kept: 29.97 is 29970/1000.
+    return dshost::Rational{std::llround(*value * 1000), 1000}.reduced();
+  }
+  throw CliError(kExitUsage, "--fps takes frames per second: 24, 29.97 or 30000/1001, not '" + text + "'");
 }
 
 int64_t ParseTimeOption(const char* option, const std::string& text, const dshost::MediaInfo& info) {
@@ -177,14 +285,28 @@ int RunRender(const Options& options) {
   const EffectSettings settings = ResolveSettings(options.preset, options.sets, options.view);
 
   Job job;
-  const fs::path input = PathFromUtf8(options.input);
+  std::unique_ptr<SpooledInput> spooled;
+  if (options.input == "-") {
+    if (!dshost::mediaHasFfmpeg()) {
+      throw CliError(kExitInput, "this build reads video only with FFmpeg and cannot read standard input");
+    }
+    spooled = std::make_unique<SpooledInput>();
+  }
+  const fs::path input = spooled ? spooled->path() : PathFromUtf8(options.input);
   std::unique_ptr<dshost::MediaReader> reader;
   try {
     dshost::ReaderOptions readerOptions;
     readerOptions.allowGaps = options.allowGaps;
+    if (options.fps) {
+      readerOptions.imageFrameRate = ParseFrameRate(*options.fps);
+    }
     reader = std::make_unique<dshost::MediaReader>(input, readerOptions);
   } catch (const dshost::MediaError& error) {
     throw CliError(kExitInput, error.what());
+  }
+  if (options.fps && reader->info().kind == dshost::SourceKind::Video) {
+    throw CliError(kExitUsage, "--fps sets the rate of an image sequence or image; " + options.input + " runs at " +
+                                   FormatNumber(reader->info().frameRate.toDouble(), 3) + " fps");
   }
   if (!options.quiet) {
     for (const std::string& warning : reader->warnings()) {
@@ -217,6 +339,11 @@ int RunRender(const Options& options) {
   std::error_code error;
   if (fs::exists(job.output, error) && fs::equivalent(input, job.output, error)) {
     throw CliError(kExitOutput, *options.output + " is the input; choose another output name");
+  }
+  ApplyOutputOptions(options, job);
+  if (IsSingleImage(job)) {
+    // One image file holds one frame: the one at --start.
+    job.endFrame = job.firstFrame + 1;
   }
   job.writerOptions.frameRate = info.frameRate;
   job.writerOptions.timeBase = info.timeBase;
@@ -258,6 +385,10 @@ int RunDemo(const Options& options) {
   job.writerOptions.frameRate = clip->info().frameRate;
   job.writerOptions.alpha = false;
   job.writerOptions.overwrite = options.overwrite;
+  ApplyOutputOptions(options, job);
+  if (IsSingleImage(job)) {
+    job.firstFrame = job.endFrame - 1;  // the last frame, where the smear has built up
+  }
   return RenderJob(options, ResolveSettings(options.preset, options.sets, options.view), job, true);
 }
 

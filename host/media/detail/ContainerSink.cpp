@@ -29,19 +29,24 @@ class ContainerSink final : public OutputSink {
  public:
   ContainerSink(const fs::path& final, OutputFormat format, const WriterOptions& options, int width, int height,
                 std::vector<std::string>& warnings)
-      : final_(final), temporary_(final), part_(temporary_.path()), options_(options), warnings_(warnings) {
+      : final_(final), options_(options), warnings_(warnings) {
+    // Standard output ("-") is written as it goes; a file under a temporary name.
+    if (!isStandardOutput(final_)) {
+      temporary_ = std::make_unique<TemporaryFile>(final_);
+      part_ = temporary_->path();
+    }
     try {
       open(format, width, height);
     } catch (...) {
       output_.reset();
-      temporary_.remove();
+      if (temporary_) temporary_->remove();
       throw;
     }
   }
 
   ~ContainerSink() override {
     output_.reset();
-    temporary_.remove();
+    if (temporary_) temporary_->remove();
   }
 
   void write(const ImageF& image, std::int64_t index) override {
@@ -66,12 +71,12 @@ class ContainerSink final : public OutputSink {
     }
     if (rc < 0) fail("cannot finish " + final_.string(), rc);
     output_.reset();  // closes the file
-    temporary_.publish(options_.overwrite);
+    if (temporary_) temporary_->publish(options_.overwrite);
   }
 
   void abandon() noexcept override {
     output_.reset();
-    temporary_.remove();
+    if (temporary_) temporary_->remove();
   }
 
  private:
@@ -80,20 +85,23 @@ class ContainerSink final : public OutputSink {
   }
 
   void open(OutputFormat format, int width, int height) {
-    const char* muxer = format == OutputFormat::H264Mp4 ? "mp4" : format == OutputFormat::ProRes4444Mov ? "mov" : "matroska";
+    const char* muxer = format == OutputFormat::H264Mp4         ? "mp4"
+                        : format == OutputFormat::ProRes4444Mov ? "mov"
+                        : format == OutputFormat::Vp9Webm       ? "webm"
+                        : format == OutputFormat::Ffv1Nut       ? "nut"
+                                                                : "matroska";
     AVFormatContext* raw = nullptr;
-    int rc = avformat_alloc_output_context2(&raw, nullptr, muxer, final_.string().c_str());
+    int rc = avformat_alloc_output_context2(&raw, nullptr, muxer, isStandardOutput(final_) ? nullptr : final_.string().c_str());
     if (rc < 0 || !raw) fail(std::string("cannot create a ") + muxer + " file", rc);
     output_.reset(raw);
 
     const AVCodec* codec = nullptr;
-    encodedWidth_ = width;
-    encodedHeight_ = height;
     AVDictionary* codecOptions = nullptr;
+    const bool alpha = options_.alpha;
     switch (format) {
       case OutputFormat::H264Mp4:
         codec = avcodec_find_encoder_by_name("libx264");
-        if (!codec) {
+        if (!codec && options_.codec.empty()) {
           codec = avcodec_find_encoder(AV_CODEC_ID_MPEG4);
           warnings_.push_back("this FFmpeg has no libx264: writing MPEG-4 Part 2 video instead of H.264");
           av_dict_set(&codecOptions, "qscale", "3", 0);
@@ -102,36 +110,86 @@ class ContainerSink final : public OutputSink {
           av_dict_set(&codecOptions, "preset", options_.h264Preset.c_str(), 0);
         }
         pixelFormat_ = AV_PIX_FMT_YUV420P;
-        // 4:2:0 needs even sizes: the last column/row is repeated.
-        encodedWidth_ = (width + 1) & ~1;
-        encodedHeight_ = (height + 1) & ~1;
-        if (encodedWidth_ != width || encodedHeight_ != height) {
-          warnings_.push_back("H.264 needs even sizes: " + std::to_string(width) + "x" + std::to_string(height) +
-                              " is written as " + std::to_string(encodedWidth_) + "x" +
-                              std::to_string(encodedHeight_) + " with the edge repeated");
-        }
         break;
       case OutputFormat::ProRes4444Mov:
         codec = avcodec_find_encoder_by_name("prores_ks");
-        pixelFormat_ = options_.alpha ? AV_PIX_FMT_YUVA444P10LE : AV_PIX_FMT_YUV444P10LE;
+        pixelFormat_ = alpha ? AV_PIX_FMT_YUVA444P10LE : AV_PIX_FMT_YUV444P10LE;
         av_dict_set(&codecOptions, "profile", "4444", 0);
         av_dict_set(&codecOptions, "vendor", "apl0", 0);
+        break;
+      case OutputFormat::Vp9Webm:
+        codec = avcodec_find_encoder_by_name("libvpx-vp9");
+        pixelFormat_ = alpha ? AV_PIX_FMT_YUVA420P : AV_PIX_FMT_YUV420P;
+        // Constant quality; "good" quality at a speed that suits previews.
+        av_dict_set(&codecOptions, "crf", "31", 0);
+        av_dict_set(&codecOptions, "b", "0", 0);
+        av_dict_set(&codecOptions, "deadline", "good", 0);
+        av_dict_set(&codecOptions, "cpu-used", "4", 0);
+        av_dict_set(&codecOptions, "row-mt", "1", 0);
         break;
       default:
         codec = avcodec_find_encoder(AV_CODEC_ID_FFV1);
         if (options_.ffv1Bits == 16) {
-          pixelFormat_ = options_.alpha ? AV_PIX_FMT_GBRAP16LE : AV_PIX_FMT_GBRP16LE;
+          pixelFormat_ = alpha ? AV_PIX_FMT_GBRAP16LE : AV_PIX_FMT_GBRP16LE;
         } else {
-          pixelFormat_ = options_.alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
+          pixelFormat_ = alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
         }
         av_dict_set(&codecOptions, "level", "3", 0);
         av_dict_set(&codecOptions, "slicecrc", "1", 0);
         break;
     }
+    if (!options_.codec.empty()) {
+      // Any encoder FFmpeg has; the format's pixel format when it takes it,
+      // else the encoder's own first choice.
+      codec = avcodec_find_encoder_by_name(options_.codec.c_str());
+      if (!codec) {
+        av_dict_free(&codecOptions);
+        throw MediaError(MediaErrc::Unsupported, "this FFmpeg has no encoder '" + options_.codec +
+                                                     "' ('ffmpeg -encoders' lists the ones it has)");
+      }
+      if (codec->type != AVMEDIA_TYPE_VIDEO) {
+        av_dict_free(&codecOptions);
+        throw MediaError(MediaErrc::Unsupported, "'" + options_.codec + "' is not a video encoder");
+      }
+      av_dict_free(&codecOptions);
+      if (codec->pix_fmts) {
+        bool takes = false;
+        for (const AVPixelFormat* f = codec->pix_fmts; *f != AV_PIX_FMT_NONE; ++f) takes = takes || *f == pixelFormat_;
+        if (!takes) pixelFormat_ = codec->pix_fmts[0];
+      }
+    }
     if (!codec) {
       av_dict_free(&codecOptions);
       throw MediaError(MediaErrc::Unsupported, std::string("this FFmpeg has no encoder for ") + outputFormatName(format));
     }
+    if (!options_.pixelFormat.empty()) {
+      pixelFormat_ = av_get_pix_fmt(options_.pixelFormat.c_str());
+      if (pixelFormat_ == AV_PIX_FMT_NONE) {
+        av_dict_free(&codecOptions);
+        throw MediaError(MediaErrc::Unsupported, "unknown pixel format '" + options_.pixelFormat +
+                                                     "' ('ffmpeg -pix_fmts' lists them)");
+      }
+    }
+    if (options_.crf >= 0) {
+      av_dict_set(&codecOptions, "crf", std::to_string(options_.crf).c_str(), 0);
+      if (codec->id == AV_CODEC_ID_VP9 || codec->id == AV_CODEC_ID_VP8 || codec->id == AV_CODEC_ID_AV1) {
+        av_dict_set(&codecOptions, "b", "0", 0);  // constant quality
+      }
+    }
+    // Chroma subsampled horizontally or vertically needs even sizes: the last
+    // column/row is repeated.
+    const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(pixelFormat_);
+    encodedWidth_ = desc && desc->log2_chroma_w > 0 ? (width + 1) & ~1 : width;
+    encodedHeight_ = desc && desc->log2_chroma_h > 0 ? (height + 1) & ~1 : height;
+    if (encodedWidth_ != width || encodedHeight_ != height) {
+      const std::string who = codec->id == AV_CODEC_ID_H264 ? std::string("H.264")
+                                                             : std::string(codec->name) + " with " + desc->name;
+      warnings_.push_back(who + " needs even sizes: " +
+                          std::to_string(width) + "x" + std::to_string(height) + " is written as " +
+                          std::to_string(encodedWidth_) + "x" + std::to_string(encodedHeight_) +
+                          " with the edge repeated");
+    }
+    rgbTarget_ = desc && (desc->flags & AV_PIX_FMT_FLAG_RGB);
 
     encoder_.reset(avcodec_alloc_context3(codec));
     if (!encoder_) throw std::bad_alloc();
@@ -142,7 +200,7 @@ class ContainerSink final : public OutputSink {
     encoder_->framerate = toAv(options_.frameRate);
     encoder_->sample_aspect_ratio = AVRational{1, 1};
     encoder_->thread_count = 0;
-    if (isRgbFormat(pixelFormat_)) {
+    if (rgbTarget_) {
       encoder_->colorspace = AVCOL_SPC_RGB;
     } else {
       encoder_->colorspace = AVCOL_SPC_BT709;
@@ -173,11 +231,21 @@ class ContainerSink final : public OutputSink {
 
     openAudio();
 
-    if (!(output_->oformat->flags & AVFMT_NOFILE)) {
+    AVDictionary* muxerOptions = nullptr;
+    if (isStandardOutput(final_)) {
+      rc = avio_open(&output_->pb, "pipe:1", AVIO_FLAG_WRITE);
+      if (rc < 0) fail("cannot write to standard output", rc);
+      // A pipe cannot be rewound to write the index at the front: MP4 and MOV
+      // go out as fragments.
+      if (format == OutputFormat::H264Mp4 || format == OutputFormat::ProRes4444Mov) {
+        av_dict_set(&muxerOptions, "movflags", "frag_keyframe+empty_moov+default_base_moof", 0);
+      }
+    } else if (!(output_->oformat->flags & AVFMT_NOFILE)) {
       rc = avio_open(&output_->pb, part_.string().c_str(), AVIO_FLAG_WRITE);
       if (rc < 0) fail("cannot create " + part_.string(), rc);
     }
-    rc = avformat_write_header(output_.get(), nullptr);
+    rc = avformat_write_header(output_.get(), &muxerOptions);
+    av_dict_free(&muxerOptions);
     if (rc < 0) fail("cannot write the header of " + final_.string(), rc);
 
     frame_ = allocFrame();
@@ -192,21 +260,26 @@ class ContainerSink final : public OutputSink {
     if (av_frame_get_buffer(frame_.get(), 0) < 0) throw std::bad_alloc();
     packet_ = allocPacket();
 
-    if (!isRgbFormat(pixelFormat_)) {
-      wideStaging_ = pixelFormat_ != AV_PIX_FMT_YUV420P;
+    if (!isDirectFormat(pixelFormat_)) {
+      wideStaging_ = desc->comp[0].depth > 8 || (desc->flags & AV_PIX_FMT_FLAG_FLOAT);
       const AVPixelFormat staging = wideStaging_ ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA;
       sws_.reset(sws_getContext(encodedWidth_, encodedHeight_, staging, encodedWidth_, encodedHeight_, pixelFormat_,
                                 SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr));
-      if (!sws_) throw MediaError(MediaErrc::Unsupported, "cannot convert frames for the encoder");
-      const int* bt709 = sws_getCoefficients(SWS_CS_ITU709);
-      sws_setColorspaceDetails(sws_.get(), bt709, 1, bt709, 0, 0, 1 << 16, 1 << 16);
+      if (!sws_) throw MediaError(MediaErrc::Unsupported, std::string("cannot convert frames to ") + desc->name);
+      if (!rgbTarget_) {
+        const int* bt709 = sws_getCoefficients(SWS_CS_ITU709);
+        sws_setColorspaceDetails(sws_.get(), bt709, 1, bt709, 0, 0, 1 << 16, 1 << 16);
+      }
       stagingStride_ = FFALIGN(encodedWidth_ * (wideStaging_ ? 8 : 4), 64);
       staging_.reset(static_cast<std::uint8_t*>(av_malloc(static_cast<std::size_t>(stagingStride_) * encodedHeight_)));
       if (!staging_) throw std::bad_alloc();
     }
   }
 
-  static bool isRgbFormat(AVPixelFormat f) {
+  static bool isStandardOutput(const fs::path& path) { return path == "-"; }
+
+  // The formats fillFrame() writes itself; the others go through swscale.
+  static bool isDirectFormat(AVPixelFormat f) {
     return f == AV_PIX_FMT_GBRAP16LE || f == AV_PIX_FMT_GBRP16LE || f == AV_PIX_FMT_BGRA || f == AV_PIX_FMT_BGR0;
   }
 
@@ -394,8 +467,9 @@ class ContainerSink final : public OutputSink {
   }
 
   fs::path final_;
-  TemporaryFile temporary_;
+  std::unique_ptr<TemporaryFile> temporary_;
   fs::path part_;
+  bool rgbTarget_ = false;
   WriterOptions options_;
   std::vector<std::string>& warnings_;
   OutputContextPtr output_;

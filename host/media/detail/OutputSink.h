@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -73,8 +74,10 @@ bool publishFile(const std::filesystem::path& from, const std::filesystem::path&
 
 void removeQuietly(const std::filesystem::path& file);
 
-std::unique_ptr<OutputSink> makePngSequenceSink(SequencePattern pattern, const WriterOptions& options, int width,
-                                                int height, std::vector<std::string>& warnings);
+// Image files: one per frame of a pattern, or the single file `single`.
+std::unique_ptr<OutputSink> makeImageSink(std::optional<SequencePattern> pattern, const std::filesystem::path& single,
+                                          const WriterOptions& options, int width, int height,
+                                          std::vector<std::string>& warnings);
 
 #if DRIFTSMEAR_HAVE_FFMPEG
 // H.264 MP4, ProRes 4444 MOV or FFV1 MKV, with the audio of options.audioFrom.
