@@ -133,9 +133,13 @@ TEST(MediaWriterFormats, ChosenFromTheNameOrGiven) {
   EXPECT_EQ(outputFormatForPath(dir.path()), OutputFormat::PngSequence);
   EXPECT_EQ(parseOutputFormat("ProRes"), OutputFormat::ProRes4444Mov);
   EXPECT_EQ(parseOutputFormat("avi"), std::nullopt);
+  EXPECT_EQ(outputFormatForPath("a.webm"), OutputFormat::Vp9Webm);
+  EXPECT_EQ(outputFormatForPath("a.nut"), OutputFormat::Ffv1Nut);
+  EXPECT_EQ(outputFormatForPath("still.png"), OutputFormat::Image);
+  EXPECT_EQ(outputFormatForPath("out/f_%05d.exr"), OutputFormat::Image);
   EXPECT_EQ(mediaErrorOf(MediaErrc::Unsupported, [] { outputFormatForPath("clip.avi"); }),
-            "unsupported output format 'clip.avi': use .mp4 (H.264), .mov (ProRes 4444), .mkv (FFV1) or a PNG pattern/folder");
-  mediaErrorOf(MediaErrc::Unsupported, [] { outputFormatForPath("still.png"); });
+            "unsupported output format 'clip.avi': use .mp4 (H.264), .mov (ProRes 4444), .mkv (FFV1), .webm (VP9), "
+            ".nut, an image (.png, .jpg, .exr, ...) or a pattern/folder of them");
 
   if (!mediaHasFfmpeg()) return;
   WriterOptions options;
