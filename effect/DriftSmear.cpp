@@ -5,9 +5,10 @@
 #include <sstream>
 #include <string>
 
+#include "PrSDKTypes.h"
 #include "AE_EffectCBSuites.h"
 #include "AE_EffectSuites.h"
-#include "AE_GeneralPlugOld.h"
+#include "AE_GeneralPlug.h"
 #include "PrSDKAESupport.h"
 #include "effect/Analytics.h"
 #include "effect/GlobalData.h"

@@ -3,10 +3,12 @@
 #pragma once
 #include <functional>
 
+// The host headers in the order the vendor's samples include them.
+#include "AEConfig.h"
+#include "entry.h"
 #include "AE_Effect.h"
 #include "AE_EffectCB.h"
 #include "AE_PluginData.h"
-#include "entry.h"
 #include "effect/Licensing.h"
 
 #ifndef DRIFTSMEAR_DEBUG_MODE

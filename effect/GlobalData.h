@@ -1,6 +1,7 @@
 // The effect's global data: one 16-byte host memory handle created at global
 // setup and kept until global setdown.
 #pragma once
+#include "AEConfig.h"
 #include "AE_Effect.h"
 
 struct AboutImage;

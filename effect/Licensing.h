@@ -2,6 +2,7 @@
 // watermark switch and the About text, the per-command hook the entry point
 // calls first, and the store page.
 #pragma once
+#include "AEConfig.h"
 #include "AE_Effect.h"
 
 struct LicenceState {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "AE_Effect.h"
+#include "AE_EffectPixelFormat.h"
 #include "host/EffectHost.h"
 #include "host/FrameSource.h"
 #include "host/HostError.h"

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "AE_Effect.h"
+#include "AE_EffectPixelFormat.h"
 #include "AE_EffectCB.h"
 #include "host/FrameSource.h"
 

@@ -2,6 +2,7 @@
 // Our own declarations, name-compatible with the vendor's header of this name.
 #pragma once
 #include "AE_EffectCB.h"
+#include "AE_EffectPixelFormat.h"
 
 #pragma pack(push, 8)
 

@@ -3,6 +3,7 @@
 // Our own declarations, name-compatible with the vendor's header of this name.
 #pragma once
 #include "AE_Effect.h"
+#include "AE_EffectPixelFormat.h"
 
 #pragma pack(push, 8)
 

@@ -1,7 +1,11 @@
 // Earlier versions of effect suites that are still published by the host.
 // Our own declarations, name-compatible with the vendor's header of this name.
+// Like the vendor's, it is part of AE_EffectSuites.h and not included on its
+// own.
 #pragma once
-#include "AE_EffectUI.h"
+#ifndef kPFParamUtilsSuite
+#error "include AE_EffectSuites.h instead of AE_EffectSuitesOld.h"
+#endif
 
 #pragma pack(push, 8)
 

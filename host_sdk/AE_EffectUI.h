@@ -2,7 +2,7 @@
 // Our own declarations, name-compatible with the vendor's header of this name.
 #pragma once
 #include "AE_Effect.h"
-#include "DrawbotSuite.h"
+#include "adobesdk/DrawbotSuite.h"
 
 #pragma pack(push, 8)
 

@@ -1,7 +1,11 @@
 // Earlier versions of general plug-in (AEGP) suites still published by the host.
 // Our own declarations, name-compatible with the vendor's header of this name.
+// Like the vendor's, it is part of AE_GeneralPlug.h and not included on its
+// own.
 #pragma once
-#include "AE_GeneralPlug.h"
+#ifndef kAEGPEffectSuite
+#error "include AE_GeneralPlug.h instead of AE_GeneralPlugOld.h"
+#endif
 
 #pragma pack(push, 8)
 

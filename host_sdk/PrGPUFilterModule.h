@@ -1,24 +1,22 @@
 // The C++ side of Premiere Pro's GPU filter interface, written by us with the
-// vendor's names: PrGPUFilterBase, the class a filter derives from, and
-// PrGPUFilterModule, the static adapters between the host's C function table
-// and that class, plus the macro that defines the exported xGPUFilterEntry.
+// vendor's names and behaviour: PrGPUFilterBase, the class a filter derives
+// from, PrGPUFilterModule, the static adapters between the host's C function
+// table and that class, and the macro that defines the exported
+// xGPUFilterEntry.
 //
-// Differences from the vendor's template, on purpose:
-// - Initialize reports a suite the host cannot give (as suiteError_Fail, with
-//   its name in MissingSuite()) instead of carrying on with a null pointer.
-// - The destructor releases every suite Initialize acquired.
-// - No exception leaves a module function: each one catches everything,
-//   hands the text to Filter::ReportFailure and returns suiteError_Fail.
+// Like the vendor's template it is thin on purpose: Initialize takes what the
+// host gives without checking it and never fails, nothing releases the suites
+// it acquired, and no module function catches an exception. A filter that
+// wants more (checked acquisitions, releases, an exception guard) does it in
+// its own code. The including file brings AEConfig.h, PrSDKTypes.h,
+// AE_EffectCBSuites.h and PrSDKAESupport.h first, as with the vendor's.
 #pragma once
-#include <cstdint>
-#include <exception>
-#include <new>
+#ifndef kPFTransitionSuite
+#error "PrGPUFilterModule.h needs PrSDKAESupport.h first"
+#endif
 #include <sstream>
 #include <string>
-#include <utility>
-#include <vector>
 
-#include "PrSDKAESupport.h"
 #include "PrSDKGPUDeviceSuite.h"
 #include "PrSDKGPUFilter.h"
 #include "PrSDKGPUImageProcessingSuite.h"
@@ -28,48 +26,36 @@
 #include "PrSDKPlugSuites.h"
 #include "PrSDKVideoSegmentSuite.h"
 
-#ifdef _WIN32
-#define PrGPUFilterExport __declspec(dllexport)
-#else
-#define PrGPUFilterExport __attribute__((visibility("default")))
-#endif
-
 class PrGPUFilterBase {
  public:
-  PrGPUFilterBase() = default;
-  virtual ~PrGPUFilterBase() { ReleaseSuites(); }
-  PrGPUFilterBase(const PrGPUFilterBase&) = delete;
-  PrGPUFilterBase& operator=(const PrGPUFilterBase&) = delete;
+  virtual ~PrGPUFilterBase() {}
 
-  // Keeps the instance's suites record, device index, timeline and node, and
+  // Keeps the instance's suites record, device index, timeline and node,
   // acquires the GPU device, GPU image processing, memory manager, PPix,
-  // PPix 2, transition and video segment suites (in that order), then asks
-  // for the device's information.
+  // PPix 2, transition and video segment suites and reads the device's
+  // information. Always succeeds; a suite the host does not give stays null.
   virtual prSuiteError Initialize(PrGPUFilterInstance* ioInstanceData) {
-    if (ioInstanceData == nullptr || ioInstanceData->piSuites == nullptr ||
-        ioInstanceData->piSuites->utilFuncs == nullptr ||
-        ioInstanceData->piSuites->utilFuncs->getSPBasicSuite == nullptr) {
-      return suiteError_InvalidParms;
-    }
     mSuites = ioInstanceData->piSuites;
     mDeviceIndex = ioInstanceData->inDeviceIndex;
     mTimelineID = ioInstanceData->inTimelineID;
     mNodeID = ioInstanceData->inNodeID;
-    mBasicSuite = mSuites->utilFuncs->getSPBasicSuite();
-    if (mBasicSuite == nullptr) {
-      return suiteError_InvalidParms;
+    SPBasicSuite* basic = mSuites->utilFuncs->getSPBasicSuite();
+    basic->AcquireSuite(kPrSDKGPUDeviceSuite, kPrSDKGPUDeviceSuiteVersion,
+                        (const void**)&mGPUDeviceSuite);
+    basic->AcquireSuite(kPrSDKGPUImageProcessingSuite, kPrSDKGPUImageProcessingSuiteVersion,
+                        (const void**)&mGPUImageProcessingSuite);
+    basic->AcquireSuite(kPrSDKMemoryManagerSuite, kPrSDKMemoryManagerSuiteVersion,
+                        (const void**)&mMemoryManagerSuite);
+    basic->AcquireSuite(kPrSDKPPixSuite, kPrSDKPPixSuiteVersion, (const void**)&mPPixSuite);
+    basic->AcquireSuite(kPrSDKPPix2Suite, kPrSDKPPix2SuiteVersion, (const void**)&mPPix2Suite);
+    basic->AcquireSuite(kPFTransitionSuite, kPFTransitionSuiteVersion,
+                        (const void**)&mTransitionSuite);
+    basic->AcquireSuite(kPrSDKVideoSegmentSuite, kPrSDKVideoSegmentSuiteVersion,
+                        (const void**)&mVideoSegmentSuite);
+    if (mGPUDeviceSuite != nullptr) {
+      mGPUDeviceSuite->GetDeviceInfo(kPrSDKGPUDeviceSuiteVersion, mDeviceIndex, &mDeviceInfo);
     }
-    if (!AcquireSuite(kPrSDKGPUDeviceSuite, kPrSDKGPUDeviceSuiteVersion, mGPUDeviceSuite) ||
-        !AcquireSuite(kPrSDKGPUImageProcessingSuite, kPrSDKGPUImageProcessingSuiteVersion,
-                      mGPUImageProcessingSuite) ||
-        !AcquireSuite(kPrSDKMemoryManagerSuite, kPrSDKMemoryManagerSuiteVersion, mMemoryManagerSuite) ||
-        !AcquireSuite(kPrSDKPPixSuite, kPrSDKPPixSuiteVersion, mPPixSuite) ||
-        !AcquireSuite(kPrSDKPPix2Suite, kPrSDKPPix2SuiteVersion, mPPix2Suite) ||
-        !AcquireSuite(kPFTransitionSuite, kPFTransitionSuiteVersion, mTransitionSuite) ||
-        !AcquireSuite(kPrSDKVideoSegmentSuite, kPrSDKVideoSegmentSuiteVersion, mVideoSegmentSuite)) {
-      return suiteError_Fail;
-    }
-    return mGPUDeviceSuite->GetDeviceInfo(kPrSDKGPUDeviceSuiteVersion, mDeviceIndex, &mDeviceInfo);
+    return suiteError_NoError;
   }
 
   // The earlier frames the filter needs, one per query: fill the dependency
@@ -96,45 +82,29 @@ class PrGPUFilterBase {
   static csSDK_int32 PluginCount() { return 1; }
   // All zero: the host takes the match name of the module's registration.
   static PrSDKString MatchName(piSuitesPtr /*piSuites*/, csSDK_int32 /*inIndex*/) { return PrSDKString{}; }
-  // Told about an exception a module function caught; `where` names the
-  // function. Filters hide this with their own to log it.
-  static void ReportFailure(const char* /*where*/, const char* /*what*/) {}
-
-  // The first suite Initialize could not acquire, or null.
-  const char* MissingSuite() const { return mMissingSuite; }
 
  protected:
-  // A node property, parsed from the host's text; false when the host has
-  // none or the text does not parse.
+  // A node property, parsed from the host's text.
   template <typename T>
   bool GetProperty(const char* inKey, T& outValue) {
     PrMemoryPtr text = nullptr;
-    if (mVideoSegmentSuite == nullptr ||
-        PrSuiteErrorFailed(mVideoSegmentSuite->GetNodeProperty(mNodeID, inKey, &text)) || text == nullptr) {
+    mVideoSegmentSuite->GetNodeProperty(mNodeID, inKey, &text);
+    if (text == nullptr) {
       return false;
     }
     std::istringstream stream{std::string(text)};
-    if (mMemoryManagerSuite != nullptr) {
-      mMemoryManagerSuite->PrDisposePtr(text);
-    }
+    mMemoryManagerSuite->PrDisposePtr(text);
     stream >> outValue;
     return !stream.fail();
   }
 
   // Parameter `inIndex` counted as After Effects counts it (the input layer
   // is 0): GPU filters do not count the input layer, so the host is asked for
-  // inIndex - 1. A failing host call leaves a zeroed value.
+  // inIndex - 1. The host's result is not reported.
   PrParam GetParam(csSDK_int32 inIndex, PrTime inTime) {
     PrParam param{};
-    GetParam(inIndex, inTime, &param);
+    mVideoSegmentSuite->GetParam(mNodeID, inIndex - 1, inTime, &param);
     return param;
-  }
-  // The same with the host's result.
-  prSuiteError GetParam(csSDK_int32 inIndex, PrTime inTime, PrParam* outParam) {
-    if (mVideoSegmentSuite == nullptr || outParam == nullptr) {
-      return suiteError_InvalidCall;
-    }
-    return mVideoSegmentSuite->GetParam(mNodeID, inIndex - 1, inTime, outParam);
   }
 
   static int RoundUp(int inValue, int inMultiple) { return (inValue + inMultiple - 1) / inMultiple * inMultiple; }
@@ -144,205 +114,93 @@ class PrGPUFilterBase {
     return inPixelFormat == PrPixelFormat_GPU_BGRA_4444_32f ? 16 : 8;
   }
 
-  // Acquires one more suite through the basic suite; it is released with the
-  // others when the filter is destroyed.
-  template <typename Suite>
-  bool AcquireSuite(const char* inName, int32_t inVersion, const Suite*& outSuite) {
-    outSuite = nullptr;
-    const void* suite = nullptr;
-    if (mBasicSuite == nullptr || mBasicSuite->AcquireSuite(inName, inVersion, &suite) != kSPNoError ||
-        suite == nullptr) {
-      if (mMissingSuite == nullptr) {
-        mMissingSuite = inName;
-      }
-      return false;
-    }
-    mAcquired.emplace_back(inName, inVersion);
-    outSuite = static_cast<const Suite*>(suite);
-    return true;
-  }
-
   piSuitesPtr mSuites = nullptr;
   csSDK_uint32 mDeviceIndex = 0;
   PrTimelineID mTimelineID = 0;
   csSDK_int32 mNodeID = 0;
   PrGPUDeviceInfo mDeviceInfo{};
-  const PrSDKGPUDeviceSuite* mGPUDeviceSuite = nullptr;
-  const PrSDKGPUImageProcessingSuite* mGPUImageProcessingSuite = nullptr;
-  const PrSDKMemoryManagerSuite* mMemoryManagerSuite = nullptr;
-  const PrSDKPPixSuite* mPPixSuite = nullptr;
-  const PrSDKPPix2Suite* mPPix2Suite = nullptr;
-  const PF_TransitionSuite* mTransitionSuite = nullptr;
-  const PrSDKVideoSegmentSuite* mVideoSegmentSuite = nullptr;
-
- private:
-  void ReleaseSuites() {
-    if (mBasicSuite != nullptr) {
-      for (auto it = mAcquired.rbegin(); it != mAcquired.rend(); ++it) {
-        mBasicSuite->ReleaseSuite(it->first, it->second);
-      }
-    }
-    mAcquired.clear();
-  }
-
-  SPBasicSuite* mBasicSuite = nullptr;
-  const char* mMissingSuite = nullptr;
-  std::vector<std::pair<const char*, int32_t>> mAcquired;
+  PrSDKGPUDeviceSuite* mGPUDeviceSuite = nullptr;
+  PrSDKGPUImageProcessingSuite* mGPUImageProcessingSuite = nullptr;
+  PrSDKMemoryManagerSuite* mMemoryManagerSuite = nullptr;
+  PrSDKPPixSuite* mPPixSuite = nullptr;
+  PrSDKPPix2Suite* mPPix2Suite = nullptr;
+  PF_TransitionSuite* mTransitionSuite = nullptr;
+  PrSDKVideoSegmentSuite* mVideoSegmentSuite = nullptr;
 };
-
-// Runs one module function; an escaping exception is reported to the filter
-// class and becomes suiteError_Fail.
-template <typename Filter, typename Body>
-prSuiteError PrGPUFilterGuarded(const char* inWhere, Body&& inBody) noexcept {
-  try {
-    return inBody();
-  } catch (const std::exception& e) {
-    try {
-      Filter::ReportFailure(inWhere, e.what());
-    } catch (...) {
-    }
-  } catch (...) {
-    try {
-      Filter::ReportFailure(inWhere, "unknown exception");
-    } catch (...) {
-    }
-  }
-  return suiteError_Fail;
-}
 
 // The host's C function table over the filter class: one Filter object per
 // instance, kept in the instance's private data.
 template <typename Filter>
 struct PrGPUFilterModule {
   static prSuiteError Startup(piSuitesPtr piSuites, csSDK_int32* ioIndex, PrGPUFilterInfo* outFilterInfo) {
-    return PrGPUFilterGuarded<Filter>("Startup", [&]() -> prSuiteError {
-      if (ioIndex == nullptr || outFilterInfo == nullptr) {
-        return suiteError_InvalidParms;
-      }
-      const csSDK_int32 index = *ioIndex;
-      if (index < 0 || index + 1 > Filter::PluginCount()) {
-        return suiteError_InvalidParms;
-      }
-      if (index + 1 < Filter::PluginCount()) {
-        *ioIndex = index + 1;
-      }
-      outFilterInfo->outMatchName = Filter::MatchName(piSuites, index);
-      outFilterInfo->outInterfaceVersion = PrSDKGPUFilterInterfaceVersion;
-      return Filter::Startup(piSuites, index);
-    });
+    const csSDK_int32 index = *ioIndex;
+    if (index < 0 || index + 1 > Filter::PluginCount()) {
+      return suiteError_InvalidParms;
+    }
+    if (index + 1 < Filter::PluginCount()) {
+      *ioIndex = index + 1;
+    }
+    outFilterInfo->outMatchName = Filter::MatchName(piSuites, index);
+    outFilterInfo->outInterfaceVersion = PrSDKGPUFilterInterfaceVersion;
+    return Filter::Startup(piSuites, index);
   }
 
   static prSuiteError Shutdown(piSuitesPtr piSuites, csSDK_int32* ioIndex) {
-    return PrGPUFilterGuarded<Filter>("Shutdown", [&]() -> prSuiteError {
-      return Filter::Shutdown(piSuites, ioIndex != nullptr ? *ioIndex : 0);
-    });
+    return Filter::Shutdown(piSuites, *ioIndex);
   }
 
   static prSuiteError CreateInstance(PrGPUFilterInstance* ioInstanceData) {
-    return PrGPUFilterGuarded<Filter>("CreateInstance", [&]() -> prSuiteError {
-      if (ioInstanceData == nullptr) {
-        return suiteError_InvalidParms;
-      }
-      Filter* filter = new (std::nothrow) Filter();
-      if (filter == nullptr) {
-        return suiteError_OutOfMemory;
-      }
-      prSuiteError result = suiteError_Fail;
-      try {
-        result = filter->Initialize(ioInstanceData);
-      } catch (...) {
-        delete filter;
-        throw;
-      }
-      if (PrSuiteErrorFailed(result)) {
-        delete filter;
-        return result;
-      }
+    Filter* filter = new Filter();
+    const prSuiteError result = filter->Initialize(ioInstanceData);
+    if (PrSuiteErrorSucceeded(result)) {
       ioInstanceData->ioPrivatePluginData = filter;
-      return result;
-    });
+    } else {
+      delete filter;
+    }
+    return result;
   }
 
   static prSuiteError DisposeInstance(PrGPUFilterInstance* ioInstanceData) {
-    return PrGPUFilterGuarded<Filter>("DisposeInstance", [&]() -> prSuiteError {
-      if (ioInstanceData == nullptr) {
-        return suiteError_InvalidParms;
-      }
-      delete static_cast<Filter*>(ioInstanceData->ioPrivatePluginData);
-      ioInstanceData->ioPrivatePluginData = nullptr;
-      return suiteError_NoError;
-    });
+    delete static_cast<Filter*>(ioInstanceData->ioPrivatePluginData);
+    ioInstanceData->ioPrivatePluginData = nullptr;
+    return suiteError_NoError;
   }
 
   static prSuiteError GetFrameDependencies(PrGPUFilterInstance* inInstanceData,
                                            const PrGPUFilterRenderParams* inRenderParams, csSDK_int32* ioQueryIndex,
                                            PrGPUFilterFrameDependency* outFrameDependencies) {
-    return PrGPUFilterGuarded<Filter>("GetFrameDependencies", [&]() -> prSuiteError {
-      Filter* filter = FilterOf(inInstanceData);
-      if (filter == nullptr) {
-        return suiteError_InvalidParms;
-      }
-      return filter->GetFrameDependencies(inRenderParams, ioQueryIndex, outFrameDependencies);
-    });
+    return static_cast<Filter*>(inInstanceData->ioPrivatePluginData)
+        ->GetFrameDependencies(inRenderParams, ioQueryIndex, outFrameDependencies);
   }
 
   static prSuiteError Precompute(PrGPUFilterInstance* inInstanceData, const PrGPUFilterRenderParams* inRenderParams,
                                  csSDK_int32 inIndex, PPixHand inFrame) {
-    return PrGPUFilterGuarded<Filter>("Precompute", [&]() -> prSuiteError {
-      Filter* filter = FilterOf(inInstanceData);
-      if (filter == nullptr) {
-        return suiteError_InvalidParms;
-      }
-      return filter->Precompute(inRenderParams, inIndex, inFrame);
-    });
+    return static_cast<Filter*>(inInstanceData->ioPrivatePluginData)->Precompute(inRenderParams, inIndex, inFrame);
   }
 
   static prSuiteError Render(PrGPUFilterInstance* inInstanceData, const PrGPUFilterRenderParams* inRenderParams,
                              const PPixHand* inFrames, csSDK_size_t inFrameCount, PPixHand* outFrame) {
-    return PrGPUFilterGuarded<Filter>("Render", [&]() -> prSuiteError {
-      Filter* filter = FilterOf(inInstanceData);
-      if (filter == nullptr) {
-        return suiteError_InvalidParms;
-      }
-      return filter->Render(inRenderParams, inFrames, inFrameCount, outFrame);
-    });
-  }
-
- private:
-  static Filter* FilterOf(PrGPUFilterInstance* inInstanceData) {
-    return inInstanceData != nullptr ? static_cast<Filter*>(inInstanceData->ioPrivatePluginData) : nullptr;
+    return static_cast<Filter*>(inInstanceData->ioPrivatePluginData)
+        ->Render(inRenderParams, inFrames, inFrameCount, outFrame);
   }
 };
 
-// The body of xGPUFilterEntry: on startup the module's functions go into
-// outFilter and its Startup runs; on shutdown its Shutdown runs.
-template <typename Module>
-prSuiteError PrGPUFilterEntryBody(csSDK_uint32 /*inHostInterfaceVersion*/, csSDK_int32* ioIndex, prBool inStartup,
-                                  piSuitesPtr piSuites, PrGPUFilter* outFilter, PrGPUFilterInfo* outFilterInfo) noexcept {
-  try {
-    if (inStartup == kPrFalse) {
-      return Module::Shutdown(piSuites, ioIndex);
-    }
-    if (outFilter == nullptr) {
-      return suiteError_InvalidParms;
-    }
-    outFilter->CreateInstance = Module::CreateInstance;
-    outFilter->DisposeInstance = Module::DisposeInstance;
-    outFilter->GetFrameDependencies = Module::GetFrameDependencies;
-    outFilter->Precompute = Module::Precompute;
-    outFilter->Render = Module::Render;
-    return Module::Startup(piSuites, ioIndex, outFilterInfo);
-  } catch (...) {
-    return suiteError_Fail;
-  }
-}
-
-// Defines the module's exported entry point over a PrGPUFilterModule<Filter>.
-#define DECLARE_GPUFILTER_ENTRY(ModuleName)                                                                         \
-  extern "C" PrGPUFilterExport prSuiteError xGPUFilterEntry(csSDK_uint32 inHostInterfaceVersion,                   \
-                                                            csSDK_int32* ioIndex, prBool inStartup,                 \
-                                                            piSuitesPtr piSuites, PrGPUFilter* outFilter,           \
-                                                            PrGPUFilterInfo* outFilterInfo) {                       \
-    return PrGPUFilterEntryBody<ModuleName>(inHostInterfaceVersion, ioIndex, inStartup, piSuites, outFilter,        \
-                                            outFilterInfo);                                                         \
+// Defines the module's exported entry point over a PrGPUFilterModule<Filter>:
+// on startup the module's functions go into outFilter and its Startup runs;
+// on shutdown its Shutdown runs. DllExport comes from entry.h.
+#define DECLARE_GPUFILTER_ENTRY(ModuleName)                                                                  \
+  extern "C" DllExport prSuiteError xGPUFilterEntry(csSDK_uint32 inHostInterfaceVersion,                    \
+                                                    csSDK_int32* ioIndex, prBool inStartup,                  \
+                                                    piSuitesPtr piSuites, PrGPUFilter* outFilter,            \
+                                                    PrGPUFilterInfo* outFilterInfo) {                        \
+    (void)inHostInterfaceVersion;                                                                            \
+    if (inStartup == kPrFalse) {                                                                             \
+      return ModuleName::Shutdown(piSuites, ioIndex);                                                        \
+    }                                                                                                        \
+    outFilter->CreateInstance = ModuleName::CreateInstance;                                                  \
+    outFilter->DisposeInstance = ModuleName::DisposeInstance;                                                \
+    outFilter->GetFrameDependencies = ModuleName::GetFrameDependencies;                                      \
+    outFilter->Precompute = ModuleName::Precompute;                                                          \
+    outFilter->Render = ModuleName::Render;                                                                  \
+    return ModuleName::Startup(piSuites, ioIndex, outFilterInfo);                                            \
   }

@@ -1,8 +1,13 @@
 // Premiere Pro's additions to the After Effects effect interface: the pixel
 // format suite (version 1) and the transition suite.
 // Our own declarations, name-compatible with the vendor's header of this name.
+// Like the vendor's, it relies on the including file for the Premiere scalar
+// types and the After Effects callback suites: include AEConfig.h,
+// PrSDKTypes.h and AE_EffectCBSuites.h before it.
 #pragma once
-#include "AE_Effect.h"
+#if !defined(kPrTrue) || !defined(kPFHandleSuite)
+#error "PrSDKAESupport.h needs PrSDKTypes.h and AE_EffectCBSuites.h first"
+#endif
 #include "PrSDKPixelFormat.h"
 
 #pragma pack(push, 1)

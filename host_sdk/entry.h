@@ -1,10 +1,13 @@
 // Export decoration of the plug-in's entry points and the registration macro.
 // Our own declarations, name-compatible with the vendor's header of this name.
 #pragma once
+#if !defined(AE_OS_WIN) && !defined(AE_OS_MAC) && !defined(AE_OS_LINUX)
+#error "entry.h needs AEConfig.h first"
+#endif
 #include "AE_PluginData.h"
 #include "AE_EffectVers.h"
 
-#ifdef _WIN32
+#ifdef AE_OS_WIN
 #define DllExport __declspec(dllexport)
 #else
 #define DllExport __attribute__((visibility("default")))

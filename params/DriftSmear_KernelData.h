@@ -1,6 +1,7 @@
 // Filling the kernels' settings record from the effect's parameters, the step
 // of pre-render that turns parameter values into KernelData.
 #pragma once
+#include "AEConfig.h"
 #include "AE_Effect.h"
 #include "AE_EffectCB.h"
 #include "kernels/Kernel_Data.h"

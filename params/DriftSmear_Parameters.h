@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "AEConfig.h"
 #include "AE_Effect.h"
 #include "AE_EffectCB.h"
 #include "AE_GeneralPlug.h"

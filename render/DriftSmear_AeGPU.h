@@ -1,8 +1,10 @@
 // The After Effects GPU render path: device setup and takedown, and the GPU
 // half of the smart render.
 #pragma once
+#include "AEConfig.h"
 #include "AE_Effect.h"
 #include "AE_EffectCB.h"
+#include "AE_EffectCBSuites.h"
 #include "kernels/Kernel_Data.h"
 
 // PF_Cmd_GPU_DEVICE_SETUP: builds the device's KernelList in a host handle and

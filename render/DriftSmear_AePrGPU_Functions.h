@@ -17,6 +17,7 @@
 #endif
 #include <CL/cl.h>
 
+#include "AEConfig.h"
 #include "AE_Effect.h"
 #include "kernels/Kernel_Data.h"
 #include "render/GPUStatusInfo.h"

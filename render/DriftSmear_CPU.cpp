@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "PrSDKTypes.h"
 #include "AE_EffectCBSuites.h"
 #include "PrSDKAESupport.h"
 #include "render/GPUStatusInfo.h"

@@ -88,28 +88,57 @@ GPUDriftSmear::~GPUDriftSmear() {
   if (mKernelsInitialized) {
     GPUDispose(mFramework, &mKernels);
   }
+  ReleaseHostSuites();
 }
 
-void GPUDriftSmear::ReportFailure(const char* where, const char* what) {
-  DRIFTSMEAR_LOG_ERROR(std::string("GPUDriftSmear::") + where, what);
+template <typename Suite>
+bool GPUDriftSmear::AcquireHostSuite(const char* name, int32_t version, Suite*& suite) {
+  suite = nullptr;
+  const void* acquired = nullptr;
+  if (mBasicSuite->AcquireSuite(name, version, &acquired) != kSPNoError || acquired == nullptr) {
+    DRIFTSMEAR_LOG_ERROR(kInitializeTag, "Cannot acquire the host suite \"" << name << "\"");
+    return false;
+  }
+  mAcquiredSuites.emplace_back(name, version);
+  suite = static_cast<Suite*>(const_cast<void*>(acquired));
+  return true;
+}
+
+void GPUDriftSmear::ReleaseHostSuites() {
+  for (auto it = mAcquiredSuites.rbegin(); it != mAcquiredSuites.rend(); ++it) {
+    mBasicSuite->ReleaseSuite(it->first, it->second);
+  }
+  mAcquiredSuites.clear();
 }
 
 prSuiteError GPUDriftSmear::Initialize(PrGPUFilterInstance* ioInstanceData) {
   try {
-    const prSuiteError err = PrGPUFilterBase::Initialize(ioInstanceData);
-    if (PrSuiteErrorFailed(err)) {
-      if (err == suiteError_InvalidParms) {
-        DRIFTSMEAR_LOG_ERROR(kInitializeTag, "The host gave the instance no suites");
-      } else if (MissingSuite() != nullptr) {
-        DRIFTSMEAR_LOG_ERROR(kInitializeTag, "Cannot acquire the host suite \"" << MissingSuite() << "\"");
-      } else {
-        DRIFTSMEAR_LOG_ERROR(kInitializeTag, "Cannot read the GPU device information. Code: " << SuiteErrorText(err));
-      }
-      return err;
+    if (ioInstanceData == nullptr || ioInstanceData->piSuites == nullptr ||
+        ioInstanceData->piSuites->utilFuncs == nullptr ||
+        ioInstanceData->piSuites->utilFuncs->getSPBasicSuite == nullptr ||
+        (mBasicSuite = ioInstanceData->piSuites->utilFuncs->getSPBasicSuite()) == nullptr) {
+      DRIFTSMEAR_LOG_ERROR(kInitializeTag, "The host gave the instance no suites");
+      return suiteError_InvalidParms;
     }
-    if (!AcquireSuite(kPrSDKTimeSuite, kPrSDKTimeSuiteVersion, mTimeSuite)) {
-      DRIFTSMEAR_LOG_ERROR(kInitializeTag, "Cannot acquire the host suite \"" << kPrSDKTimeSuite << "\"");
+    mSuites = ioInstanceData->piSuites;
+    mDeviceIndex = ioInstanceData->inDeviceIndex;
+    mTimelineID = ioInstanceData->inTimelineID;
+    mNodeID = ioInstanceData->inNodeID;
+    if (!AcquireHostSuite(kPrSDKGPUDeviceSuite, kPrSDKGPUDeviceSuiteVersion, mGPUDeviceSuite) ||
+        !AcquireHostSuite(kPrSDKGPUImageProcessingSuite, kPrSDKGPUImageProcessingSuiteVersion,
+                          mGPUImageProcessingSuite) ||
+        !AcquireHostSuite(kPrSDKMemoryManagerSuite, kPrSDKMemoryManagerSuiteVersion, mMemoryManagerSuite) ||
+        !AcquireHostSuite(kPrSDKPPixSuite, kPrSDKPPixSuiteVersion, mPPixSuite) ||
+        !AcquireHostSuite(kPrSDKPPix2Suite, kPrSDKPPix2SuiteVersion, mPPix2Suite) ||
+        !AcquireHostSuite(kPFTransitionSuite, kPFTransitionSuiteVersion, mTransition) ||
+        !AcquireHostSuite(kPrSDKVideoSegmentSuite, kPrSDKVideoSegmentSuiteVersion, mVideoSegmentSuite) ||
+        !AcquireHostSuite(kPrSDKTimeSuite, kPrSDKTimeSuiteVersion, mTimeSuite)) {
       return suiteError_Fail;
+    }
+    const prSuiteError err = mGPUDeviceSuite->GetDeviceInfo(kPrSDKGPUDeviceSuiteVersion, mDeviceIndex, &mDeviceInfo);
+    if (PrSuiteErrorFailed(err)) {
+      DRIFTSMEAR_LOG_ERROR(kInitializeTag, "Cannot read the GPU device information. Code: " << SuiteErrorText(err));
+      return err;
     }
 
     // The device's kernels, exactly as the After Effects device setup builds
@@ -129,12 +158,11 @@ prSuiteError GPUDriftSmear::Initialize(PrGPUFilterInstance* ioInstanceData) {
 }
 
 PrParam GPUDriftSmear::ReadParam(int diskId, PrTime time) {
-  // The table position counts the input layer; the base's GetParam takes
-  // that position and asks the host for position - 1, the index of a GPU
-  // filter's parameter list.
+  // The table position counts the input layer; a GPU filter's parameter
+  // list does not, so the host is asked for position - 1.
   const int position = FindParamIndexByDiskID(diskId);
   PrParam value{};
-  const prSuiteError err = GetParam(position, time, &value);
+  const prSuiteError err = mVideoSegmentSuite->GetParam(mNodeID, position - 1, time, &value);
   if (PrSuiteErrorFailed(err)) {
     std::ostringstream text;
     text << "Cannot read the parameter with Disk ID " << diskId << " (index " << position - 1

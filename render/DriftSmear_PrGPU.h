@@ -6,6 +6,16 @@
 #pragma once
 #include <functional>
 
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+// The host headers in the order the vendor's Premiere headers need them.
+#include "AEConfig.h"
+#include "entry.h"
+#include "PrSDKTypes.h"
+#include "AE_EffectCBSuites.h"
+#include "PrSDKAESupport.h"
 #include "PrGPUFilterModule.h"
 #include "PrSDKTimeSuite.h"
 #include "kernels/Kernel_Data.h"
@@ -35,8 +45,11 @@ class GPUDriftSmear : public PrGPUFilterBase {
   GPUDriftSmear() = default;
   ~GPUDriftSmear() override;
 
-  // Acquires the base's suites and "Premiere Time Suite", reads the device
-  // information and prepares the device's kernels as InitializeGPU does.
+  // Acquires the GPU device, GPU image processing, memory manager, PPix,
+  // PPix 2, transition, video segment and time suites itself (the base's
+  // Initialize neither checks nor releases them), reads the device
+  // information and prepares the device's kernels as InitializeGPU does. A
+  // suite the host does not give fails the instance with a log line.
   prSuiteError Initialize(PrGPUFilterInstance* ioInstanceData) override;
 
   // Query q (0 <= q <= N - 2, N the frames parameter) asks for the input
@@ -49,13 +62,24 @@ class GPUDriftSmear : public PrGPUFilterBase {
   prSuiteError Render(const PrGPUFilterRenderParams* inRenderParams, const PPixHand* inFrames,
                       csSDK_size_t inFrameCount, PPixHand* outFrame) override;
 
-  static void ReportFailure(const char* where, const char* what);
 
  private:
-  // The value of the parameter with this Disk ID at `time`; throws when the
-  // Disk ID is not in the table or the host cannot give the value.
+  // Acquires one suite through the host's basic suite; every suite acquired
+  // is released by the destructor. False (with a log line) when the host
+  // does not give it.
+  template <typename Suite>
+  bool AcquireHostSuite(const char* name, int32_t version, Suite*& suite);
+  void ReleaseHostSuites();
+
+  // The value of the parameter with this Disk ID at `time`, asked of the
+  // video segment suite with the table position less the input layer;
+  // throws when the Disk ID is not in the table or the host cannot give the
+  // value.
   PrParam ReadParam(int diskId, PrTime time);
 
+  SPBasicSuite* mBasicSuite = nullptr;
+  std::vector<std::pair<const char*, int32_t>> mAcquiredSuites;
+  const PF_TransitionSuite* mTransition = nullptr;
   const PrSDKTimeSuite* mTimeSuite = nullptr;
   GPUFramework mFramework = GPUFramework_None;
   KernelList mKernels{};

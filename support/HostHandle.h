@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "AEConfig.h"
 #include "AE_Effect.h"
 #include "AE_EffectCBSuites.h"
 

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "AEConfig.h"
 #include "AE_Effect.h"
 
 inline constexpr std::array<const char*, 35> kCommandNames = {

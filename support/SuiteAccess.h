@@ -3,9 +3,10 @@
 #pragma once
 #include <cstdint>
 
+#include "AEConfig.h"
 #include "AE_Effect.h"
 #include "AE_EffectCB.h"
-#include "DrawbotSuite.h"
+#include "adobesdk/DrawbotSuite.h"
 
 inline constexpr const char* kAcquireSuiteFailure = "Not able to acquire AEFX Suite.";
 inline constexpr const char* kReleaseSuiteFailure = "Not able to release AEFX Suite.";

@@ -5,11 +5,12 @@
 #include <cstdint>
 #include <vector>
 
+#include "AEConfig.h"
 #include "AE_Effect.h"
 #include "AE_EffectCBSuites.h"
 #include "AE_EffectSuites.h"
 #include "AE_GeneralPlug.h"
-#include "DrawbotSuite.h"
+#include "adobesdk/DrawbotSuite.h"
 
 class SuiteHandler {
  public:

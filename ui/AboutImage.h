@@ -1,5 +1,6 @@
 // The decoded about image shown in the Effect Controls panel.
 #pragma once
+#include "AEConfig.h"
 #include "AE_Effect.h"
 
 struct AboutImage {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "AE_EffectCBSuites.h"
-#include "AE_EffectSuitesOld.h"
+#include "AE_EffectSuites.h"
 #include "effect/GlobalData.h"
 #include "render/GPUStatusInfo.h"
 #include "stb_image.h"

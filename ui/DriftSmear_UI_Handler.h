@@ -3,6 +3,7 @@
 #pragma once
 #include <cstddef>
 
+#include "AEConfig.h"
 #include "AE_Effect.h"
 #include "AE_EffectUI.h"
 #include "ui/AboutImage.h"

@@ -4,7 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "DrawbotSuite.h"
+#include "AEConfig.h"
+#include "adobesdk/DrawbotSuite.h"
 
 #ifdef _WIN32
 // wchar_t is a UTF-16 code unit on Windows.

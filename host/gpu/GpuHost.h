@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "AE_Effect.h"
+#include "AE_EffectPixelFormat.h"
 #include "PrSDKPixelFormat.h"
 #include "host/gpu/GpuDevice.h"
 #include "host/media/Image.h"

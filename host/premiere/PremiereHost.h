@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "AE_Effect.h"
+#include "AE_EffectPixelFormat.h"
 #include "PrSDKGPUDeviceSuite.h"
 #include "PrSDKGPUFilter.h"
 #include "PrSDKPlugSuites.h"

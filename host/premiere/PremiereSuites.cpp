@@ -4,6 +4,8 @@
 #include <cstring>
 #include <exception>
 
+#include "PrSDKTypes.h"
+#include "AE_EffectCBSuites.h"
 #include "PrSDKAESupport.h"
 #include "PrSDKGPUDeviceSuite.h"
 #include "PrSDKGPUImageProcessingSuite.h"

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "AE_EffectSuites.h"
-#include "AE_EffectSuitesOld.h"
 #include "host/HostRuntime.h"
 #include "host/HostUI.h"
 #include "host/drawbot/DrawbotSuites.h"

@@ -1,5 +1,7 @@
 // "PF Pixel Format Suite" 1, as Premiere Pro offers it to effects: the pixel
 // formats an effect accepts, and the format of a world.
+#include "PrSDKTypes.h"
+#include "AE_EffectCBSuites.h"
 #include "PrSDKAESupport.h"
 #include "host/HostRuntime.h"
 #include "host/HostUI.h"
