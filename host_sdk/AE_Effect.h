@@ -10,6 +10,10 @@
 
 typedef A_long PF_Err;
 typedef A_long PF_Fixed;
+typedef A_u_long PF_UFixed;
+// Audio of a layer, and its samples, as the host hands them out.
+typedef void* PF_LayerAudio;
+typedef void* PF_SndSamplePtr;
 typedef A_char PF_Boolean;
 typedef void** PF_Handle;
 typedef A_FpLong PF_FpLong;
@@ -406,13 +410,14 @@ typedef struct {
   } u;
 } PF_PopupDef;
 
+typedef PF_Handle PF_ArbitraryH;
+
 typedef struct {
-  A_long id;
-  A_long pad;
-  PF_Handle value;
-  PF_Handle dephault;
+  A_short id;
+  A_short pad;
+  PF_ArbitraryH dephault;
+  PF_ArbitraryH value;
   void* refconPV;
-  void* einfoPV;
 } PF_ArbitraryDef;
 
 typedef struct {
@@ -510,11 +515,11 @@ typedef struct {
   PF_Err (*progress)(PF_ProgPtr effect_ref, A_long current, A_long total);
   PF_Err (*register_ui)(PF_ProgPtr effect_ref, PF_CustomUIInfo* cust_info);
   PF_Err (*checkout_layer_audio)(PF_ProgPtr effect_ref, PF_ParamIndex index, A_long start_time, A_long duration,
-                                 A_u_long time_scale, PF_FpLong rate, A_long bytes_per_sample, A_long num_channels,
-                                 A_long fmt_signed, void** audio);
-  PF_Err (*checkin_layer_audio)(PF_ProgPtr effect_ref, void* audio);
-  PF_Err (*get_audio_data)(PF_ProgPtr effect_ref, void* audio, void** data0, A_long* num_samples0,
-                           PF_FpLong* rate0, A_long* bytes_per_sample0, A_long* num_channels0,
+                                 A_u_long time_scale, PF_UFixed rate, A_long bytes_per_sample, A_long num_channels,
+                                 A_long fmt_signed, PF_LayerAudio* audio);
+  PF_Err (*checkin_layer_audio)(PF_ProgPtr effect_ref, PF_LayerAudio audio);
+  PF_Err (*get_audio_data)(PF_ProgPtr effect_ref, PF_LayerAudio audio, PF_SndSamplePtr* data0, A_long* num_samples0,
+                           PF_UFixed* rate0, A_long* bytes_per_sample0, A_long* num_channels0,
                            A_long* fmt_signed0);
   void* reserved_str[3];
   void* reserved[10];

@@ -72,7 +72,7 @@ typedef struct {
 typedef struct {
   A_u_long when;
   PF_Point screen_point;
-  A_long key_code;
+  A_long keycode;
   A_long modifiers;
 } PF_KeyDownEvent;
 

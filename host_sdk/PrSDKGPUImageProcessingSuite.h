@@ -21,9 +21,10 @@ typedef struct {
                         csSDK_uint32 inDestHeight, PrPixelFormat inPixelFormat, float inScaleX, float inScaleY,
                         PrRenderQuality inQuality);
   prSuiteError (*GaussianBlur)(csSDK_uint32 inDeviceIndex, const void* inSrc, csSDK_int32 inSrcPitch,
-                               PrPixelFormat inPixelFormat, csSDK_uint32 inWidth, csSDK_uint32 inHeight, void* inDest,
-                               csSDK_int32 inDestPitch, float inSigmaX, float inSigmaY, prBool inRepeatEdgePixels,
-                               prBool inBlurHorizontally, prBool inBlurVertically, PrRenderQuality inQuality);
+                               PrPixelFormat inSrcPixelFormat, csSDK_uint32 inSrcWidth, csSDK_uint32 inSrcHeight,
+                               void* inDest, csSDK_int32 inDestPitch, PrPixelFormat inDestPixelFormat,
+                               csSDK_uint32 inDestWidth, csSDK_uint32 inDestHeight, float inSigmaX, float inSigmaY,
+                               prBool inRepeatEdgePixels, prBool inBlurHorizontally, prBool inBlurVertically);
 } PrSDKGPUImageProcessingSuite;
 
 #pragma pack(pop)

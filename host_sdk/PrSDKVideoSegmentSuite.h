@@ -26,7 +26,8 @@ enum {
   kPrParamType_PrMemoryPtr
 };
 
-typedef csSDK_int32 PrSDKStreamLabel;
+// A stream of a sequence named by its label text.
+typedef const char* PrSDKStreamLabel;
 
 #pragma pack(push, 1)
 
@@ -49,7 +50,7 @@ typedef struct {
   };
 } PrParam;
 
-typedef prSuiteError (*SegmentNodePropertyCallback)(void* inProcessData, const char* inKey, const char* inValue);
+typedef prSuiteError (*SegmentNodePropertyCallback)(csSDK_int32 inPluginObject, const char* inKey, const char* inValue);
 
 typedef struct {
   prSuiteError (*AcquireVideoSegmentsID)(PrTimelineID inTimelineData, csSDK_int32* outVideoSegmentsID);
@@ -72,7 +73,7 @@ typedef struct {
   prSuiteError (*AcquireOperatorNodeID)(csSDK_int32 inVideoNodeID, csSDK_int32 inIndex,
                                         csSDK_int32* outOperatorVideoNodeID);
   prSuiteError (*IterateNodeProperties)(csSDK_int32 inVideoNodeID, SegmentNodePropertyCallback inCallback,
-                                        void* inProcessData);
+                                        csSDK_int32 inPluginObject);
   // A node property as text, allocated by the host; freed with the memory
   // manager's PrDisposePtr.
   prSuiteError (*GetNodeProperty)(csSDK_int32 inVideoNodeID, const char* inKey, PrMemoryPtr* outValue);
@@ -82,7 +83,7 @@ typedef struct {
   prSuiteError (*GetParam)(csSDK_int32 inVideoNodeID, csSDK_int32 inIndex, PrTime inTime, PrParam* outParam);
   prSuiteError (*GetNextKeyframeTime)(csSDK_int32 inVideoNodeID, csSDK_int32 inIndex, PrTime inTime,
                                       PrTime* outKeyframeTime, csSDK_int32* outKeyframeInterpolationMode);
-  prSuiteError (*TransformNodeTime)(csSDK_int32 inVideoNodeID, PrTime* ioTime);
+  prSuiteError (*TransformNodeTime)(csSDK_int32 inVideoNodeID, PrTime inTime, PrTime* outTime);
   prSuiteError (*GetVideoSegmentsProperties)(PrTimelineID inTimelineData, prRect* outBounds,
                                              csSDK_int32* outPixelAspectRatioNumerator,
                                              csSDK_int32* outPixelAspectRatioDenominator, PrTime* outFrameRate,
@@ -100,6 +101,8 @@ typedef struct {
                                                                           csSDK_int32* outVideoSegmentsID);
   prSuiteError (*AcquireFirstNodeInTimeRange)(csSDK_int32 inVideoSegmentsID, PrTime inStartTime, PrTime inEndTime,
                                               csSDK_int32* outVideoNodeID, PrTime* outSegmentOffset);
+  // The node that owns an operator node.
+  prSuiteError (*AcquireOperatorOwnerNodeID)(csSDK_int32 inVideoNodeID, csSDK_int32* outOwnerNodeID);
 } PrSDKVideoSegmentSuite;
 
 #pragma pack(pop)

@@ -330,18 +330,20 @@ SPErr StrokePath(DRAWBOT_SurfaceRef in_surface_ref, DRAWBOT_PenRef in_pen_ref, D
   });
 }
 
-// Clipping is to the bounding box of the path, which covers the rectangles
-// custom UI clips to.
-SPErr Clip(DRAWBOT_SurfaceRef in_surface_ref, DRAWBOT_SupplierRef in_supplier_ref, DRAWBOT_PathRef in_path_ref,
-           DRAWBOT_FillType in_fill_type) {
+// Clipping is to the bounding box of the rectangle as the current transform
+// places it.
+SPErr Clip(DRAWBOT_SurfaceRef in_surface_ref, DRAWBOT_SupplierRef in_supplier_ref, const DRAWBOT_Rect32* in_rectPR) {
   return OnSurface("Clip", in_surface_ref, [&](drawbot::Surface& s) -> SPErr {
-    auto* path = Registry::Find<drawbot::Path>(in_path_ref);
-    drawbot::FillRule rule{};
-    if (!IsSupplier(in_supplier_ref) || path == nullptr || !ToFillRule(in_fill_type, &rule)) {
+    if (!IsSupplier(in_supplier_ref) || in_rectPR == nullptr || in_rectPR->width < 0 || in_rectPR->height < 0) {
       return kDrawbotErrBadParameter;
     }
-    const auto polygons = path->geometry.Transformed(s.state.ctm);
-    drawbot::Box bounds = drawbot::Box::Bounds(polygons);
+    const float x0 = static_cast<float>(in_rectPR->left);
+    const float y0 = static_cast<float>(in_rectPR->top);
+    const float x1 = x0 + static_cast<float>(in_rectPR->width);
+    const float y1 = y0 + static_cast<float>(in_rectPR->height);
+    const drawbot::Affine& ctm = s.state.ctm;
+    drawbot::Box bounds =
+        drawbot::Box::Bounds({{ctm.Apply({x0, y0}), ctm.Apply({x1, y0}), ctm.Apply({x1, y1}), ctm.Apply({x0, y1})}});
     if (bounds.Empty()) bounds = {0, 0, 0, 0};
     s.state.clip = s.state.clip.Intersect(bounds);
     return kSPNoError;

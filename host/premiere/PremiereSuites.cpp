@@ -237,7 +237,8 @@ prSuiteError Scale(csSDK_uint32, const void*, csSDK_int32, csSDK_uint32, csSDK_u
 }
 
 prSuiteError GaussianBlur(csSDK_uint32, const void*, csSDK_int32, PrPixelFormat, csSDK_uint32, csSDK_uint32, void*,
-                          csSDK_int32, float, float, prBool, prBool, prBool, PrRenderQuality) {
+                          csSDK_int32, PrPixelFormat, csSDK_uint32, csSDK_uint32, float, float, prBool, prBool,
+                          prBool) {
   return Serve("MediaCore GPU Image Processing Suite.GaussianBlur",
                [](PremiereHost&) { return suiteError_NotImplemented; });
 }
@@ -271,8 +272,29 @@ bool Record(const char* point) {
   return host != nullptr && host->runtime().faults().Hit(point) == 0;
 }
 
-prSuiteError ReserveMemory(csSDK_uint32 /*inPluginID*/, csSDK_size_t /*inSize*/) {
+prSuiteError ReserveMemory(csSDK_uint32 /*inPluginID*/, csSDK_uint32 /*inSize*/) {
   return Serve("Premiere Memory Manager Suite.ReserveMemory", [](PremiereHost&) { return suiteError_NoError; });
+}
+
+// The host keeps no budget of its own: the pool is unbounded, outside blocks
+// are not counted and a reserve can always be adjusted.
+prSuiteError GetMemoryManagerSize(csSDK_int64* outMaxSize) {
+  return Serve("Premiere Memory Manager Suite.GetMemoryManagerSize", [&](PremiereHost&) {
+    if (outMaxSize == nullptr) {
+      return suiteError_InvalidParms;
+    }
+    *outMaxSize = 0;
+    return suiteError_NoError;
+  });
+}
+
+void AddBlock(csSDK_size_t /*inSize*/) { Record("Premiere Memory Manager Suite.AddBlock"); }
+void TouchBlock(csSDK_size_t /*inSize*/) { Record("Premiere Memory Manager Suite.TouchBlock"); }
+void RemoveBlock(csSDK_size_t /*inSize*/) { Record("Premiere Memory Manager Suite.RemoveBlock"); }
+
+prSuiteError AdjustReservedMemorySize(csSDK_uint32 /*inPluginID*/, csSDK_int64 /*inSize*/) {
+  return Serve("Premiere Memory Manager Suite.AdjustReservedMemorySize",
+               [](PremiereHost&) { return suiteError_NoError; });
 }
 
 PrMemoryPtr NewPtr(csSDK_uint32 inByteCount) {
@@ -356,9 +378,10 @@ void DisposeHandle(PrMemoryHandle inHandle) {
   }
 }
 
-const PrSDKMemoryManagerSuite kMemoryManagerSuite = {ReserveMemory, NewPtr,         NewPtrClear,   SetPtrSize,
-                                                      GetPtrSize,    DisposePtr,     NewHandle,     NewHandleClear,
-                                                      SetHandleSize, GetHandleSize,  DisposeHandle};
+const PrSDKMemoryManagerSuite kMemoryManagerSuite = {
+    ReserveMemory, GetMemoryManagerSize, AddBlock,    TouchBlock,    RemoveBlock,   NewPtrClear,
+    NewPtr,        GetPtrSize,           SetPtrSize,  NewHandle,     NewHandleClear, DisposePtr,
+    DisposeHandle, SetHandleSize,        GetHandleSize, AdjustReservedMemorySize};
 
 // ---- "Premiere PPix Suite" and "Premiere PPix 2 Suite" ------------------------------------
 
@@ -541,9 +564,9 @@ SEGMENT_NOT_SERVED(GetNodeInputCount, csSDK_int32, csSDK_int32*)
 SEGMENT_NOT_SERVED(AcquireInputNodeID, csSDK_int32, csSDK_int32, PrTime*, csSDK_int32*)
 SEGMENT_NOT_SERVED(GetNodeOperatorCount, csSDK_int32, csSDK_int32*)
 SEGMENT_NOT_SERVED(AcquireOperatorNodeID, csSDK_int32, csSDK_int32, csSDK_int32*)
-SEGMENT_NOT_SERVED(IterateNodeProperties, csSDK_int32, SegmentNodePropertyCallback, void*)
+SEGMENT_NOT_SERVED(IterateNodeProperties, csSDK_int32, SegmentNodePropertyCallback, csSDK_int32)
 SEGMENT_NOT_SERVED(GetNextKeyframeTime, csSDK_int32, csSDK_int32, PrTime, PrTime*, csSDK_int32*)
-SEGMENT_NOT_SERVED(TransformNodeTime, csSDK_int32, PrTime*)
+SEGMENT_NOT_SERVED(TransformNodeTime, csSDK_int32, PrTime, PrTime*)
 SEGMENT_NOT_SERVED(GetVideoSegmentsProperties, PrTimelineID, prRect*, csSDK_int32*, csSDK_int32*, PrTime*,
                    prFieldType*)
 SEGMENT_NOT_SERVED(AcquireNodeForTime, csSDK_int32, PrTime, csSDK_int32*, PrTime*)
@@ -552,6 +575,7 @@ SEGMENT_NOT_SERVED(AcquireVideoSegmentsWithPreviewsIDWithStreamLabel, PrTimeline
 SEGMENT_NOT_SERVED(AcquireVideoSegmentsWithOpaquePreviewsIDWithStreamLabel, PrTimelineID, PrSDKStreamLabel,
                    csSDK_int32*)
 SEGMENT_NOT_SERVED(AcquireFirstNodeInTimeRange, csSDK_int32, PrTime, PrTime, csSDK_int32*, PrTime*)
+SEGMENT_NOT_SERVED(AcquireOperatorOwnerNodeID, csSDK_int32, csSDK_int32*)
 
 prSuiteError GetNodeProperty(csSDK_int32 inVideoNodeID, const char* /*inKey*/, PrMemoryPtr* outValue) {
   return Serve(SEGMENT_POINT("GetNodeProperty"), [&](PremiereHost& host) {
@@ -612,7 +636,8 @@ const PrSDKVideoSegmentSuite kVideoSegmentSuite = {AcquireVideoSegmentsID,
                                                     AcquireVideoSegmentsIDWithStreamLabel,
                                                     AcquireVideoSegmentsWithPreviewsIDWithStreamLabel,
                                                     AcquireVideoSegmentsWithOpaquePreviewsIDWithStreamLabel,
-                                                    AcquireFirstNodeInTimeRange};
+                                                    AcquireFirstNodeInTimeRange,
+                                                    AcquireOperatorOwnerNodeID};
 
 // ---- "Premiere Time Suite" ------------------------------------------------------------------
 

@@ -176,8 +176,9 @@ typedef struct DRAWBOT_SurfaceSuite2 {
                           DRAWBOT_PathRef in_path_ref, DRAWBOT_FillType in_fill_type);
   SPAPI SPErr (*StrokePath)(DRAWBOT_SurfaceRef in_surface_ref, DRAWBOT_PenRef in_pen_ref,
                             DRAWBOT_PathRef in_path_ref);
+  // Narrows the clip to a rectangle in the current transform's space.
   SPAPI SPErr (*Clip)(DRAWBOT_SurfaceRef in_surface_ref, DRAWBOT_SupplierRef in_supplier_ref,
-                      DRAWBOT_PathRef in_path_ref, DRAWBOT_FillType in_fill_type);
+                      const DRAWBOT_Rect32* in_rectPR);
   SPAPI SPErr (*GetClipBounds)(DRAWBOT_SurfaceRef in_surface_ref, DRAWBOT_RectF32* out_rectPR);
   SPAPI SPErr (*IsWithinClipBounds)(DRAWBOT_SurfaceRef in_surface_ref, const DRAWBOT_RectF32* in_rectPR,
                                     DRAWBOT_Boolean* out_withinPB);

@@ -76,10 +76,11 @@ TEST_F(DrawbotFillTest, FractionalEdgesFollowAntiAliasPolicy) {
 TEST_F(DrawbotFillTest, ClipAndTransformLastUntilPop) {
   DrawbotCanvas canvas(30, 30, kPanel);
   Open(canvas);
-  const auto clip = NewPath({{10, 10, 5, 5}});
+  const DRAWBOT_Rect32 clip{10, 10, 5, 5};
 
   ASSERT_EQ(suites_.surface_suiteP->PushStateStack(surface_), kSPNoError);
-  ASSERT_EQ(suites_.surface_suiteP->Clip(surface_, supplier_, clip, kDRAWBOT_FillType_Winding), kSPNoError);
+  ASSERT_EQ(suites_.surface_suiteP->Clip(surface_, supplier_, &clip), kSPNoError);
+  EXPECT_EQ(suites_.surface_suiteP->Clip(surface_, supplier_, nullptr), kDrawbotErrBadParameter);
   DRAWBOT_RectF32 bounds{};
   ASSERT_EQ(suites_.surface_suiteP->GetClipBounds(surface_, &bounds), kSPNoError);
   EXPECT_FLOAT_EQ(bounds.left, 10.0f);
