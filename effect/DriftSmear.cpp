@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -276,8 +277,22 @@ PF_Err GlobalSetdown(PF_InData* in_data, PF_OutData* /*out_data*/, PF_ParamDef* 
   if (in_data->global_data == nullptr) {
     return PF_Err_NONE;
   }
-  ScopedSuite<PF_HandleSuite1> handles(in_data, kPFHandleSuite, kPFHandleSuiteVersion1);
-  FreeGlobalData(handles.get(), in_data->global_data);
+  std::optional<ScopedSuite<PF_HandleSuite1>> handles;
+  try {
+    handles.emplace(in_data, kPFHandleSuite, kPFHandleSuiteVersion1);
+  } catch (...) {
+    // Without the handle suite the global data still goes, through the
+    // handle calls every host passes with the command; the missing suite is
+    // reported all the same.
+    if (in_data->utils != nullptr) {
+      const PF_UtilCallbacks& utils = *in_data->utils;
+      const PF_HandleSuite1 fallback{nullptr, utils.host_lock_handle, utils.host_unlock_handle,
+                                     utils.host_dispose_handle, nullptr, nullptr};
+      FreeGlobalData(&fallback, in_data->global_data);
+    }
+    throw;
+  }
+  FreeGlobalData(handles->get(), in_data->global_data);
   return PF_Err_NONE;
 }
 

@@ -65,6 +65,9 @@ RenderSession::RenderSession(const std::string& modulePath, RenderSessionOptions
     : options_(options),
       host_(std::make_unique<EffectHost>(modulePath, options.app)) {
   try {
+    if (options_.onHostReady) {
+      options_.onHostReady(*host_);
+    }
     switch (options_.app) {
       case HostApp::AfterEffects:
         SetUpAfterEffects();
@@ -154,6 +157,9 @@ void RenderSession::TakeDown(bool strict) {
       failedCommand = PF_Cmd_GLOBAL_SETDOWN;
       failedOut = host_->out_data();
     }
+  }
+  if (options_.onTakenDown) {
+    options_.onTakenDown(*host_);
   }
   if (strict && failure != PF_Err_NONE) {
     throw MakeError(failedCommand, failure, failedOut);

@@ -9,6 +9,7 @@
 #pragma once
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -58,6 +59,11 @@ struct RenderSessionOptions {
   // Premiere only: the sequence frame the clip starts at, which separates
   // sequence times (frame dependencies) from clip times (parameters).
   int64_t sequenceStartFrame = 0;
+  // Called with the new host before the first command (to plan failing host
+  // calls, say), and with it again once everything is taken down, before it
+  // goes (to count what was left).
+  std::function<void(EffectHost&)> onHostReady;
+  std::function<void(EffectHost&)> onTakenDown;
 };
 
 class RenderSession {

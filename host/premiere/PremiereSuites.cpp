@@ -522,7 +522,9 @@ const PrSDKPPix2Suite kPPix2Suite = {GetSize, GetYUV420PlanarBuffers, GetOrigin,
 PF_Err TransitionCall(const char* point) {
   PremiereHost* host = PremiereHost::Current();
   if (host != nullptr) {
-    host->runtime().faults().Hit(point);
+    if (const int32_t code = host->runtime().faults().Hit(point)) {
+      return code;
+    }
   }
   return PF_Err_UNRECOGNIZED_PARAM_TYPE;
 }

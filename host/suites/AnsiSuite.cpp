@@ -34,9 +34,13 @@ A_FpLong Acos(A_FpLong x) { return std::acos(x); }
 // bytes, so formatted text is cut there rather than overrunning one.
 constexpr size_t kHostTextBufferSize = PF_MAX_EFFECT_MSG_LEN + 1;
 
+// A failing sprintf writes an empty text and returns -1; a failing strcpy
+// leaves the destination as it was.
 int Sprintf(A_char* dst, const A_char* fmt, ...) {
-  if (HostRuntime* runtime = HostRuntime::Current()) {
-    runtime->faults().Hit("PF ANSI Suite.sprintf");
+  if (HostRuntime* runtime = HostRuntime::Current(); runtime != nullptr &&
+                                                      runtime->faults().Hit("PF ANSI Suite.sprintf") != 0) {
+    dst[0] = '\0';
+    return -1;
   }
   va_list args;
   va_start(args, fmt);
@@ -46,8 +50,9 @@ int Sprintf(A_char* dst, const A_char* fmt, ...) {
 }
 
 A_char* Strcpy(A_char* dst, const A_char* src) {
-  if (HostRuntime* runtime = HostRuntime::Current()) {
-    runtime->faults().Hit("PF ANSI Suite.strcpy");
+  if (HostRuntime* runtime = HostRuntime::Current(); runtime != nullptr &&
+                                                      runtime->faults().Hit("PF ANSI Suite.strcpy") != 0) {
+    return dst;
   }
   std::strncpy(dst, src, kHostTextBufferSize - 1);
   dst[kHostTextBufferSize - 1] = '\0';

@@ -25,16 +25,18 @@ void* LockHandle(PF_Handle handle) {
   return runtime->LockHandle(handle);
 }
 
+// The two calls without a result fail by doing nothing: the handle stays
+// locked, or stays allocated, as with a host that dropped the request.
 void UnlockHandle(PF_Handle handle) {
-  if (HostRuntime* runtime = Runtime()) {
-    runtime->faults().Hit("PF Handle Suite.host_unlock_handle");
+  if (HostRuntime* runtime = Runtime(); runtime != nullptr &&
+                                        runtime->faults().Hit("PF Handle Suite.host_unlock_handle") == 0) {
     runtime->UnlockHandle(handle);
   }
 }
 
 void DisposeHandle(PF_Handle handle) {
-  if (HostRuntime* runtime = Runtime()) {
-    runtime->faults().Hit("PF Handle Suite.host_dispose_handle");
+  if (HostRuntime* runtime = Runtime(); runtime != nullptr &&
+                                        runtime->faults().Hit("PF Handle Suite.host_dispose_handle") == 0) {
     runtime->DisposeHandle(handle);
   }
 }
