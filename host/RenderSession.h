@@ -62,8 +62,8 @@ struct RenderSessionOptions {
   // Called with the new host before the first command (to plan failing host
   // calls, say), and with it again once everything is taken down, before it
   // goes (to count what was left).
-  std::function<void(EffectHost&)> onHostReady;
-  std::function<void(EffectHost&)> onTakenDown;
+  std::function<void(EffectHost&)> onHostReady = nullptr;
+  std::function<void(EffectHost&)> onTakenDown = nullptr;
 };
 
 class RenderSession {
