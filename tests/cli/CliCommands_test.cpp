@@ -1,30 +1,70 @@
 // driftsmear's other commands: help, info, panel and demo.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "cli/CliTestSupport.h"
 #include "host/drawbot/DrawbotCanvas.h"
 
 using namespace clitest;
 
-TEST(CliCommands, HelpListsCommandsOptionsAndExitCodes) {
-  for (const std::vector<std::string>& args : {std::vector<std::string>{"--help"}, std::vector<std::string>{},
-                                               std::vector<std::string>{"render", "--help"}}) {
-    const RunResult result = RunCli(args);
-    ASSERT_EQ(result.exitCode, 0) << result.Describe();
-    for (const char* text : {"driftsmear render INPUT -o OUTPUT", "driftsmear demo", "driftsmear info",
-                             "driftsmear panel -o FILE.png", "--preset NAME", "--set KEY=VALUE", "--view VIEW",
-                             "--host ae|premiere", "--device N", "--threads N", "--half", "--start TIME", "--duration TIME",
-                             "-y, --yes", "--quiet", "\n  130  interrupted"}) {
-      EXPECT_NE(result.out.find(text), std::string::npos) << text;
-    }
-    for (int code = 0; code <= 6; ++code) {
-      EXPECT_NE(result.out.find("\n  " + std::to_string(code) + "    "), std::string::npos) << "exit code " << code;
-    }
+// The full help, each command's own, and bare 'driftsmear', which is a
+// mistake: a short usage on standard error and exit code 1.
+TEST(CliCommands, HelpForEverythingAndForEachCommand) {
+  struct Case {
+    std::vector<std::string> args;
+    int exitCode;
+    std::vector<std::string> shows;
+    std::vector<std::string> leavesOut;
+  };
+  const std::vector<std::string> renderOptions{
+      "--preset NAME", "--set KEY=VALUE", "--set KEY=V@T", "--set-file FILE", "--view VIEW", "--host ae|premiere",
+      "--device N", "--half", "--start TIME", "--duration TIME", "--format NAME", "--codec NAME", "--crf N",
+      "--pix-fmt NAME", "--fps RATE", "--allow-gaps", "--repeatable", "-y, --yes", "--quiet",
+      "olive where nothing moves", "\n  130  interrupted", "\n  143  stopped by SIGTERM"};
+  std::vector<std::string> everything = renderOptions;
+  for (const char* text : {"driftsmear render INPUT -o OUTPUT", "driftsmear demo", "driftsmear info [--internals]",
+                           "driftsmear panel -o FILE.png"}) {
+    everything.emplace_back(text);
   }
+  const Case cases[] = {
+      {{"--help"}, 0, everything, {}},
+      {{"render", "--help"}, 0, renderOptions, {"driftsmear panel -o", "driftsmear info [--internals]"}},
+      {{"info", "--help"}, 0, {"driftsmear info [--internals]", "Disk IDs"}, {"--set KEY=VALUE", "--half"}},
+      {{"panel", "--help"}, 0, {"driftsmear panel -o FILE.png"}, {"--set KEY=VALUE"}},
+      {{"demo", "--help"}, 0, {"driftsmear demo", "olive where nothing moves"}, {"driftsmear panel -o"}},
+  };
+  for (const Case& c : cases) {
+    const RunResult result = RunCli(c.args);
+    ASSERT_EQ(result.exitCode, c.exitCode) << result.Describe();
+    for (const std::string& text : c.shows) EXPECT_NE(result.out.find(text), std::string::npos) << c.args[0] << ": " << text;
+    for (const std::string& text : c.leavesOut) EXPECT_EQ(result.out.find(text), std::string::npos) << c.args[0] << ": " << text;
+  }
+  const RunResult full = RunCli({"--help"});
+  for (int code = 0; code <= 6; ++code) {
+    EXPECT_NE(full.out.find("\n  " + std::to_string(code) + "    "), std::string::npos) << "exit code " << code;
+  }
+  const RunResult bare = RunCli({});
+  EXPECT_EQ(bare.exitCode, 1);
+  EXPECT_EQ(bare.out, "");
+  EXPECT_NE(bare.err.find("driftsmear render INPUT -o OUTPUT"), std::string::npos) << bare.err;
+  EXPECT_NE(bare.err.find("'driftsmear COMMAND --help'"), std::string::npos) << bare.err;
+  EXPECT_LT(std::count(bare.err.begin(), bare.err.end(), '\n'), 12) << "short";
 }
 
+// info speaks the users' words (keys, names, ranges, presets); the host's
+// view (Disk IDs, registration) comes with --internals.
 TEST(CliCommands, InfoListsParametersPresetsViewsAndRegistration) {
-  const RunResult result = RunCli({"info"});
+  const RunResult plain = RunCli({"info"});
+  ASSERT_EQ(plain.exitCode, 0) << plain.Describe();
+  for (const char* text : {"Parameters (--set KEY=VALUE, or the name):", "trail               拖尾",
+                           "slow-motion  慢动作", "Debug views (--view)", "GPU devices"}) {
+    EXPECT_NE(plain.out.find(text), std::string::npos) << text << "\n" << plain.out;
+  }
+  for (const char* text : {"  Disk ID  ", "match name", "\n  about "}) {
+    EXPECT_EQ(plain.out.find(text), std::string::npos) << text << "\n" << plain.out;
+  }
+  const RunResult result = RunCli({"info", "--internals"});
   ASSERT_EQ(result.exitCode, 0) << result.Describe();
   const std::string& out = result.out;
   for (const char* text : {"match name \"KQVLDRSM\"", "category \"Quarnbrook Graphics\"", "entry point \"EffectMain\"",

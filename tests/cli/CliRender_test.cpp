@@ -310,3 +310,34 @@ TEST(CliRender, PipesFormatsAndSingleImagesAsFfmpegUsersExpect) {
             kRacingPixels);
 }
 #endif
+
+// --repeatable holds PoCL to one thread, so two renders give the same
+// pictures even where PoCL would otherwise run work-groups side by side
+// (the tests' own one-thread setting is cleared here); other devices refuse.
+TEST(CliRender, RepeatableRendersAreIdenticalOrRefused) {
+  CLI_REQUIRE_DEVICE();
+  Scratch dir;
+  const fs::path input = MakeClipSequence(dir.path(), 6);
+  // The device in the user's words, before rendering.
+  const RunResult probe = RunCli({"render", input.string(), "-o", (dir / "probe_%d.png").string(), "--duration", "1f"});
+  ASSERT_NE(probe.err.find("driftsmear: rendering on "), std::string::npos) << probe.err;
+  const bool pocl = probe.err.find("rendering on CPU (OpenCL on PoCL), slow") != std::string::npos;
+  std::vector<std::vector<dshost::ImageF>> renders;
+  for (const char* name : {"a", "b"}) {
+    const RunResult result =
+        RunCli({"render", input.string(), "-o", (dir / (std::string(name) + "_%d.png")).string(), "--preset",
+                "strong", "--repeatable", "-q"},
+               {{"POCL_MAX_PTHREAD_COUNT", ""}});
+    if (!pocl) {
+      EXPECT_EQ(result.exitCode, 4) << result.Describe();
+      EXPECT_NE(result.err.find("--repeatable cannot be guaranteed"), std::string::npos) << result.err;
+      return;
+    }
+    ASSERT_EQ(result.exitCode, 0) << result.Describe();
+    renders.push_back(ReadAll(dir / (std::string(name) + "_%d.png")));
+  }
+  ASSERT_EQ(renders[0].size(), 6u);
+  for (size_t i = 0; i < renders[0].size(); ++i) {
+    EXPECT_EQ(DifferingPixels(renders[0][i], renders[1][i], 0.0f), 0) << "frame " << i;
+  }
+}

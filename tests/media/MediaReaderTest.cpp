@@ -2,12 +2,17 @@
 // missing, unreadable and damaged inputs.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <map>
+#include <vector>
 #include <stb_image_write.h>
 
 #include "host/media/ImageFile.h"
 #include "host/media/SequencePattern.h"
 #include "host/media/detail/Ffmpeg.h"
+#include "host/media/detail/PixelPack.h"
 #include "media/MediaTestSupport.h"
 
 namespace dshost {
@@ -52,6 +57,16 @@ TEST(MediaReaderSequence, StartsAtTheFirstExistingNumberAndStopsAtAGap) {
   EXPECT_EQ(info.frameRate, (Rational{25, 1}));
   EXPECT_TRUE(imagesClose(reader.readFrame(2), numberedFrame(9), 1e-6f, 1e-6f));  // 8-bit values exactly
   EXPECT_TRUE(imagesClose(reader.readFrame(0), numberedFrame(7), 1e-6f, 1e-6f));
+  ASSERT_EQ(reader.warnings().size(), 1u);
+  EXPECT_NE(reader.warnings()[0].find("shot_0011.png is missing"), std::string::npos) << reader.warnings()[0];
+
+  // Gaps allowed: on to the last file, a missing frame holding the one before.
+  ReaderOptions gaps;
+  gaps.allowGaps = true;
+  MediaReader held(dir / "shot_%04d.png", gaps);
+  EXPECT_EQ(held.info().frameCount, 6);  // 7..12
+  EXPECT_TRUE(imagesClose(held.readFrame(4), numberedFrame(10), 1e-6f, 1e-6f)) << "11 holds 10";
+  EXPECT_TRUE(imagesClose(held.readFrame(5), numberedFrame(12), 1e-6f, 1e-6f));
 
   ReaderOptions options;
   options.imageFrameRate = Rational{24000, 1001};
@@ -218,6 +233,55 @@ TEST(MediaReaderVideo, ReadsInAnyOrderWithTheSamePictures) {
     const ImageDiff diff = compareImages(reader.readFrame(i), sequential[i]);
     EXPECT_EQ(diff.maxColour, 0.0f) << "frame " << i << ": " << diff.describe();
   }
+}
+
+}  // namespace
+}  // namespace dshost
+
+namespace dshost {
+namespace {
+
+// Integer codes become floats by exact division: every 16-bit code matches
+// code / 65535 to the bit, and 8-bit YUV video through swscale's exact path
+// matches the BT.601 arithmetic done in double far closer than its fast path
+// (which is off by up to 0.006).
+TEST(MediaReaderPrecision, CodesConvertExactly) {
+  std::vector<std::uint16_t> codes(65536);
+  for (std::size_t c = 0; c < codes.size(); ++c) codes[c] = static_cast<std::uint16_t>(c);
+  ImageF grey = makeImage(65536, 1);
+  detail::unpack16(codes.data(), 65536 * 2, 1, grey);
+  int inexact = 0;
+  for (int c = 0; c < 65536; ++c) inexact += grey.pixel(c, 0)[0] != static_cast<float>(c) / 65535.0f ? 1 : 0;
+  EXPECT_EQ(inexact, 0);
+
+  DS_REQUIRE_FFMPEG();
+  ScratchDir dir;
+  constexpr int kSize = 32;
+  std::string y4m = "YUV4MPEG2 W32 H32 F25:1 Ip A1:1 C444 XCOLORRANGE=LIMITED\nFRAME\n";
+  const auto code = [](int plane, int x, int y) {
+    return plane == 0 ? 16 + (x * 7 + y * 3) % 220 : plane == 1 ? 16 + (x * 5 + y) % 225 : 16 + (y * 11 + x) % 225;
+  };
+  for (int plane = 0; plane < 3; ++plane) {
+    for (int y = 0; y < kSize; ++y) {
+      for (int x = 0; x < kSize; ++x) y4m += static_cast<char>(code(plane, x, y));
+    }
+  }
+  testing::writeFileBytes(dir / "codes.y4m", y4m);
+  const ImageF decoded = MediaReader(dir / "codes.y4m").readFrame(0);
+  double worst = 0.0;
+  for (int y = 0; y < kSize; ++y) {
+    for (int x = 0; x < kSize; ++x) {
+      const double luma = (code(0, x, y) - 16) / 219.0;
+      const double cb = (code(1, x, y) - 128) / 224.0;
+      const double cr = (code(2, x, y) - 128) / 224.0;
+      const double rgb[3] = {luma + 1.402 * cr, luma - 0.344136 * cb - 0.714136 * cr, luma + 1.772 * cb};
+      for (int c = 0; c < 3; ++c) {
+        const double expected = std::clamp(rgb[c], 0.0, 1.0);
+        worst = std::max(worst, std::fabs(decoded.pixel(x, y)[2 - c] - expected));
+      }
+    }
+  }
+  EXPECT_LT(worst, 0.0005);
 }
 
 }  // namespace

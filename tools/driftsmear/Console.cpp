@@ -149,6 +149,15 @@ void Progress::Update(int64_t done) {
   if (quiet_) {
     return;
   }
+  // Once the first frames have shown the pace: how long the whole render takes.
+  if (!estimated_ && done >= 3 && done * 4 <= total_ && Seconds() >= 0.5) {
+    estimated_ = true;
+    const double fps = FramesPerSecond(done);
+    Finish();
+    std::fprintf(stderr, "driftsmear: estimate: about %s for %lld frames at %s fps\n",
+                 FormatClock(static_cast<double>(total_) / fps).c_str(), static_cast<long long>(total_),
+                 FormatNumber(fps, 1).c_str());
+  }
   if (terminal_) {
     const auto now = Clock::now();
     if (done < total_ && now - lastPrint_ < std::chrono::milliseconds(250)) {

@@ -39,8 +39,9 @@ std::string PathToUtf8(const std::filesystem::path& path);
 
 // One progress display on standard error. On a terminal a single line,
 // rewritten in place with \r, at most a few times a second: frame, frames per
-// second and time left. Elsewhere a plain line every tenth of the work. Quiet
-// shows nothing.
+// second and time left. Elsewhere a plain line every tenth of the work. Once
+// the first frames have shown the pace, a line with the whole render's
+// estimated time. Quiet shows nothing.
 class Progress {
  public:
   Progress(int64_t total, bool quiet, bool terminal);
@@ -62,6 +63,7 @@ class Progress {
   Clock::time_point lastPrint_{};
   int64_t lastTenth_ = 0;
   bool lineOpen_ = false;
+  bool estimated_ = false;
   size_t lastLength_ = 0;
 };
 

@@ -151,6 +151,48 @@ dshost::HostApp HostAppOf(const std::optional<std::string>& host) {
   return host && *host == "premiere" ? dshost::HostApp::Premiere : dshost::HostApp::AfterEffects;
 }
 
+namespace {
+
+bool IsPocl(const dshost::GpuDeviceDesc& device) {
+  return device.api == dshost::GpuApi::OpenCL && device.platformName.find("Portable Computing Language") != std::string::npos;
+}
+
+}  // namespace
+
+std::string DeviceInWords(const dshost::GpuDeviceDesc& device) {
+  std::string words;
+  if (device.api == dshost::GpuApi::Cuda) {
+    words = "NVIDIA GPU (CUDA): " + device.name;
+  } else if (IsPocl(device)) {
+    words = "CPU (OpenCL on PoCL), slow: a GPU renders this tens of times faster";
+  } else {
+    cl_device_type type = 0;
+    const bool gpu = device.clDevice != nullptr &&
+                     clGetDeviceInfo(device.clDevice, CL_DEVICE_TYPE, sizeof(type), &type, nullptr) == CL_SUCCESS &&
+                     (type & CL_DEVICE_TYPE_GPU) != 0;
+    words = std::string(gpu ? "GPU" : "CPU") + " (OpenCL): " + device.name;
+  }
+  return words + " [" + device.Describe() + "]";
+}
+
+void CheckRepeatable(const dshost::GpuDeviceDesc& device) {
+  if (!IsPocl(device)) {
+    throw CliError(kExitDevice,
+                   "--repeatable cannot be guaranteed on " + device.Describe() +
+                       ": the effect composites each pass in place, and a GPU runs its work-groups side by side, so "
+                       "two renders may differ in a few pixels; only PoCL (OpenCL on the CPU) can be held to one "
+                       "thread");
+  }
+}
+
+void SetEnvironment(const char* name, const char* value) {
+#ifdef _WIN32
+  _putenv_s(name, value);
+#else
+  setenv(name, value, 1);
+#endif
+}
+
 std::string NoDeviceMessage() { return dshost::NoGpuDeviceMessage(); }
 
 uint32_t ChooseDevice(const std::optional<int>& requested) {

@@ -12,6 +12,7 @@
 #include "host/EffectHost.h"
 #include "host/ParameterCatalog.h"
 #include "host/RenderSession.h"
+#include "host/gpu/GpuDevice.h"
 #include "host/media/TimeMapping.h"
 
 namespace driftsmear {
@@ -30,6 +31,17 @@ dshost::HostApp HostAppOf(const std::optional<std::string>& host);
 // else the first OpenCL GPU, else device 0. Throws CliError(kExitDevice) when
 // there is none or the index is not a device.
 uint32_t ChooseDevice(const std::optional<int>& requested);
+
+// The device as a designer reads it: "CPU (OpenCL on PoCL), slow: ..." or
+// "NVIDIA GPU (CUDA): name", then the full description.
+std::string DeviceInWords(const dshost::GpuDeviceDesc& device);
+
+// --repeatable: a device that runs the effect's work-groups one at a time
+// (PoCL, asked for one thread). Throws CliError(kExitDevice) for any other.
+void CheckRepeatable(const dshost::GpuDeviceDesc& device);
+
+// Sets an environment variable of this process.
+void SetEnvironment(const char* name, const char* value);
 
 // "no GPU device found ..." with what to install.
 std::string NoDeviceMessage();

@@ -1,5 +1,6 @@
 // info: what this machine and the module offer. Needs no GPU: the effect is
 // set up in our host without a device to read its parameters and presets.
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -71,39 +72,51 @@ void PrintDevices() {
   }
 }
 
-void PrintParameters(dshost::EffectHost& host) {
-  std::printf("\nParameters (--set KEY=VALUE):\n");
-  struct Row {
-    std::string key, name, english, diskId, range, value;
-  };
-  std::vector<Row> rows{{"key", "name", "English", "Disk ID", "range", "default"}};
+// The parameters people set: key, the effect's own (Chinese) name, English,
+// range and default. With internals every row the host registers, with its
+// Disk ID.
+void PrintParameters(dshost::EffectHost& host, bool internals) {
+  std::printf("\nParameters (--set KEY=VALUE, or the name):\n");
+  std::vector<std::vector<std::string>> rows;
+  rows.push_back({"key", "name", "English", "range", "default"});
+  if (internals) {
+    rows.back().insert(rows.back().begin() + 3, "Disk ID");
+  }
+  const std::vector<std::string> settable = SettableKeys();
   for (const ParameterInfo& info : dshost::ParameterCatalog()) {
-    Row row{info.key, info.name, info.english, std::to_string(info.diskId), "", ""};
-    if (const auto range = RangeOf(host, info)) {
-      row.range = FormatNumber(range->min, range->precision) + " .. " + FormatNumber(range->max, range->precision);
-    } else if (info.kind == ParameterKind::Angle) {
-      row.range = "degrees";
-    } else if (info.kind == ParameterKind::Checkbox) {
-      row.range = "on | off";
-    } else if (info.kind == ParameterKind::Popup) {
-      row.range = info.diskId == kPresetDiskId ? "--preset" : "--view";
+    const bool forPeople = std::find(settable.begin(), settable.end(), info.key) != settable.end();
+    if (!forPeople && !internals) {
+      continue;
     }
-    if (const auto value = DefaultOf(host, info)) {
-      row.value = FormatValue(info, *value);
+    std::string range;
+    if (const auto slider = RangeOf(host, info)) {
+      range = FormatNumber(slider->min, slider->precision) + " .. " + FormatNumber(slider->max, slider->precision);
+    } else if (info.kind == ParameterKind::Angle) {
+      range = "degrees";
+    } else if (info.kind == ParameterKind::Checkbox) {
+      range = "on | off";
+    } else if (info.kind == ParameterKind::Popup) {
+      range = info.diskId == kPresetDiskId ? "--preset" : "--view";
+    }
+    const auto value = DefaultOf(host, info);
+    std::vector<std::string> row{info.key, info.name, info.english, range, value ? FormatValue(info, *value) : ""};
+    if (internals) {
+      row.insert(row.begin() + 3, std::to_string(info.diskId));
     }
     rows.push_back(row);
   }
-  size_t widths[5] = {};
-  for (const Row& row : rows) {
-    const std::string* cells[] = {&row.key, &row.name, &row.english, &row.diskId, &row.range};
-    for (size_t i = 0; i < 5; ++i) {
-      widths[i] = std::max(widths[i], DisplayWidth(*cells[i]));
+  std::vector<size_t> widths(rows.front().size(), 0);
+  for (const auto& row : rows) {
+    for (size_t i = 0; i < row.size(); ++i) {
+      widths[i] = std::max(widths[i], DisplayWidth(row[i]));
     }
   }
-  for (const Row& row : rows) {
-    std::printf("  %s  %s  %s  %s  %s  %s\n", PadRight(row.key, widths[0]).c_str(),
-                PadRight(row.name, widths[1]).c_str(), PadRight(row.english, widths[2]).c_str(),
-                PadRight(row.diskId, widths[3]).c_str(), PadRight(row.range, widths[4]).c_str(), row.value.c_str());
+  for (const auto& row : rows) {
+    std::string line = " ";
+    for (size_t i = 0; i < row.size(); ++i) {
+      line += " " + (i + 1 < row.size() ? PadRight(row[i], widths[i]) + " " : row[i]);
+    }
+    std::printf("%s\n", line.c_str());
   }
 }
 
@@ -146,21 +159,27 @@ int RunInfo(const Options& options) {
   std::printf("driftsmear %s\n", DRIFTSMEAR_VERSION_TEXT);
   try {
     SetUpEffect effect(modulePath);
-    PrintRegistration(modulePath, effect);
-    PrintDevices();
-    PrintParameters(effect.host());
+    PrintParameters(effect.host(), options.internals);
     PrintPresets(effect.host());
+    std::printf("\nDebug views (--view): ");
+    bool first = true;
+    for (const dshost::PopupItemInfo& view : dshost::DebugViewCatalog()) {
+      std::printf("%s%s", first ? "" : ", ", ViewKey(view));
+      first = false;
+    }
+    std::printf("  ('driftsmear render --help' says what each shows)\n");
+    PrintDevices();
+    std::printf("\nMedia: %s\n", dshost::mediaHasFfmpeg() ? "video files through FFmpeg, image sequences, images"
+                                                          : "image sequences and images (built without FFmpeg)");
+    if (options.internals) {
+      std::printf("\n");
+      PrintRegistration(modulePath, effect);
+    } else {
+      std::printf("\n'driftsmear info --internals' adds the Disk IDs and the registration values.\n");
+    }
   } catch (const dshost::HostError& error) {
     throw CliError(kExitModule, std::string("the plug-in module failed: ") + error.what());
   }
-  std::printf("\nDebug views (--view): ");
-  bool first = true;
-  for (const dshost::PopupItemInfo& view : dshost::DebugViewCatalog()) {
-    std::printf("%s%s", first ? "" : ", ", ViewKey(view));
-    first = false;
-  }
-  std::printf("\nMedia: %s\n", dshost::mediaHasFfmpeg() ? "video files through FFmpeg, image sequences, images"
-                                                        : "image sequences and images (built without FFmpeg)");
   return kExitOk;
 }
 

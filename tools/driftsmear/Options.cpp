@@ -37,6 +37,8 @@ const OptionRule kOptions[] = {
     {"--quiet", false, kRender | kDemo | kInfo | kPanel},
     {"-q", false, kRender | kDemo | kInfo | kPanel},
     {"--stats", false, kRender | kDemo},
+    {"--internals", false, kInfo},
+    {"--repeatable", false, kRender | kDemo},
     {"--allow-gaps", false, kRender},
     {"--format", true, kRender | kDemo},
     {"--codec", true, kRender | kDemo},
@@ -113,7 +115,7 @@ int ParseCount(const std::string& option, const std::string& text, int minimum, 
 Options ParseCommandLine(const std::vector<std::string>& args) {
   Options options;
   if (args.empty()) {
-    options.command = Command::Help;
+    options.command = Command::Usage;
     return options;
   }
   const std::string& first = args[0];
@@ -151,6 +153,7 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       continue;
     }
     if (arg == "--help" || arg == "-h") {
+      options.helpTopic = options.command;
       options.command = Command::Help;
       return options;
     }
@@ -229,6 +232,10 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
       options.quiet = true;
     } else if (name == "--stats") {
       options.stats = true;
+    } else if (name == "--internals") {
+      options.internals = true;
+    } else if (name == "--repeatable") {
+      options.repeatable = true;
     } else if (name == "--allow-gaps") {
       options.allowGaps = true;
     } else if (name == "--format") {
@@ -275,28 +282,31 @@ Options ParseCommandLine(const std::vector<std::string>& args) {
   return options;
 }
 
-std::string HelpText() {
-  return R"(driftsmear - apply the Drift Smear effect to video files
+namespace {
+
+const char* const kUsage = R"(driftsmear - apply the Drift Smear effect to video files
 
 Usage:
   driftsmear render INPUT -o OUTPUT [options]
   driftsmear demo [-o FILE] [-y] [--preset NAME] [--set KEY=VALUE] [--view VIEW]
-  driftsmear info
+  driftsmear info [--internals]
   driftsmear panel -o FILE.png
   driftsmear --help | --version
 
-Commands:
+)";
+const char* const kCommandsText = R"(Commands:
   render   Render INPUT (a video file, an image sequence such as frames/%04d.png,
            or one image) through the effect into OUTPUT.
   demo     Render a generated clip (moving, textured shapes, 3 s at 720p) with
            the default settings (or those given); default output
            driftsmear-demo.mp4. Prints where the result is.
-  info     List the GPU devices, the parameters (key, Chinese name, Disk ID,
-           range, default), the presets, the debug views and the module's
-           registration values.
+  info     List the parameters (key, Chinese name, range, default), the
+           presets, the debug views and the GPU devices; --internals adds the
+           Disk IDs and the module's registration values.
   panel    Save the Effect Controls area as the effect draws it, as a PNG.
 
-Input and output:
+)";
+const char* const kInputOutput = R"(Input and output:
   INPUT - reads standard input (a video), -o - writes standard output (with
   --format). Output formats, chosen by OUTPUT's name or --format:
   .mp4 H.264 | .mov ProRes 4444 (alpha) | .mkv FFV1 lossless (alpha)
@@ -306,7 +316,8 @@ Input and output:
   one image (still.png, still.jpg, still.exr): the frame at --start
   Audio of the input is copied through.
 
-Render options:
+)";
+const char* const kRenderOptions = R"(Render options:
   -o, --output FILE     where to write (required)
   --preset NAME         start from a preset: default, fine, strong, stutter,
                         slow-motion (or the menu text in English or Chinese)
@@ -345,18 +356,37 @@ Render options:
   -y, --yes             overwrite an existing output
   -q, --quiet           print nothing but errors
   --stats               print a summary line (frames, decodes, fps) at the end
+  --repeatable          the same pictures on every run: one device thread on
+                        PoCL (the effect composites in place, so parallel
+                        work-groups may race); refused where not guaranteed
   --module PATH         the plug-in module (default: $DRIFTSMEAR_MODULE, then
                         the module beside this program, then the one built
                         with it)
 
-demo takes -o, -y, --quiet, --stats, --host, --device, --threads, --module and the
+)";
+const char* const kDebugViews = R"(Debug views (--view): each shows the last of the effect's passes, which
+compares the current frame with the picture the earlier passes left.
+  result    the smeared picture
+  motion    the optical flow as colour: olive where nothing moves, green
+            rightwards, red leftwards, yellow downwards, blue upwards
+  displace  where each pixel is sampled from: red and green are the x and y
+            of the displaced point, its offset magnified 1000 times (a smooth
+            red-green ramp where nothing moves)
+  flowmag   the flow's magnitude as grey, black where nothing moves
+  shift     the red/blue split, magnified 1000 times: red is its horizontal,
+            green its vertical part (black: no split)
+
+)";
+const char* const kOtherCommands = R"(demo takes -o, -y, --quiet, --stats, --host, --device, --threads, --module and the
 settings options (--preset, --set, --view); panel takes -o, -y, --host,
 --device and --module.
 
-Environment: DRIFTSMEAR_MODULE names the module; DRIFTSMEAR_CACHE_MB caps the
+)";
+const char* const kEnvironment = R"(Environment: DRIFTSMEAR_MODULE names the module; DRIFTSMEAR_CACHE_MB caps the
 memory of decoded frames (default 4096) for settings that reach far back.
 
-Progress goes to standard error: one updating line on a terminal, a line
+)";
+const char* const kBehaviour = R"(Progress goes to standard error: one updating line on a terminal, a line
 every tenth of the work otherwise. Ctrl-C (or SIGTERM) stops after the frame
 in hand and finishes the output with the frames done; a second one quits at
 once. Files are written under a temporary name of their own beside the output
@@ -364,7 +394,8 @@ and take the output's name only when complete; an output that appears while
 rendering is never replaced without -y. A write that fails (disk full) stops
 the render at that frame.
 
-Exit codes:
+)";
+const char* const kExitCodes = R"(Exit codes:
   0    success
   1    usage: unknown command, option, key or preset; value out of range
   2    input: missing, unreadable, unsupported, or a frame that cannot be
@@ -376,6 +407,42 @@ Exit codes:
   130  interrupted by Ctrl-C (the output holds the frames done)
   143  stopped by SIGTERM (the output holds the frames done)
 )";
+
+}  // namespace
+
+std::string ShortUsage() {
+  return std::string(kUsage) +
+         "'driftsmear --help' explains everything; 'driftsmear COMMAND --help' one command.\n";
+}
+
+std::string HelpText(std::optional<Command> topic) {
+  const std::string usage(kUsage);
+  if (!topic) {
+    return usage + kCommandsText + kInputOutput + kRenderOptions + kDebugViews + kOtherCommands + kEnvironment +
+           kBehaviour + kExitCodes;
+  }
+  switch (*topic) {
+    case Command::Render:
+      return "driftsmear render INPUT -o OUTPUT [options]\n\nRender INPUT (a video file, an image sequence such as "
+             "frames/%04d.png, or one\nimage) through the effect into OUTPUT.\n\n" +
+             std::string(kInputOutput) + kRenderOptions + kDebugViews + kEnvironment + kBehaviour + kExitCodes;
+    case Command::Demo:
+      return "driftsmear demo [-o FILE] [options]\n\nRender a generated clip (moving, textured shapes, 3 s at "
+             "720p) with the default\nsettings (or those given); default output driftsmear-demo.mp4. Prints where "
+             "the\nresult is. Takes -o, -y, -q, --stats, --host, --device, --threads, --module,\n--format, --codec, "
+             "--pix-fmt, --crf and the settings options (--preset,\n--set, --set-file, --view), as render does.\n\n" +
+             std::string(kDebugViews) + kExitCodes;
+    case Command::Info:
+      return "driftsmear info [--internals]\n\nLists the parameters (key, Chinese name, range, default), the "
+             "presets with the\nvalues they set, the debug views and the GPU devices. --internals adds what\nthe "
+             "host sees: Disk IDs and the module's registration values.\n";
+    case Command::Panel:
+      return "driftsmear panel -o FILE.png [-y] [--host ae|premiere] [--device N] [--module PATH]\n\nSaves the "
+             "Effect Controls area as the effect draws it, as a PNG (after one\nsmall render on the device, so it "
+             "shows the GPU line).\n";
+    default:
+      return HelpText(std::nullopt);
+  }
 }
 
 }  // namespace driftsmear

@@ -6,7 +6,7 @@
 
 namespace driftsmear {
 
-enum class Command { Help, Version, Render, Demo, Info, Panel };
+enum class Command { Usage, Help, Version, Render, Demo, Info, Panel };
 
 struct Options {
   Command command = Command::Help;
@@ -25,6 +25,9 @@ struct Options {
   bool overwrite = false;             // -y
   bool quiet = false;                 // --quiet
   bool stats = false;                 // --stats: a machine-readable summary line
+  std::optional<Command> helpTopic;   // COMMAND --help: that command's help
+  bool internals = false;             // info --internals
+  bool repeatable = false;            // --repeatable: the same pictures on every run
   bool allowGaps = false;             // --allow-gaps: hold the last frame over gaps in a sequence
   std::optional<std::string> format;  // --format: the output format by name (needed for -o -)
   std::optional<std::string> codec;   // --codec: any FFmpeg video encoder
@@ -41,6 +44,9 @@ struct Options {
 // with the mistake and, for a misspelt command or option, the closest one.
 Options ParseCommandLine(const std::vector<std::string>& args);
 
-std::string HelpText();
+// Everything, or one command's part.
+std::string HelpText(std::optional<Command> topic = std::nullopt);
+// The few lines bare 'driftsmear' prints.
+std::string ShortUsage();
 
 }  // namespace driftsmear

@@ -17,6 +17,7 @@
 #include "host/media/MediaError.h"
 #include "host/media/MediaReader.h"
 #include "host/media/MediaWriter.h"
+#include "host/gpu/GpuDevice.h"
 #include "host/media/SequencePattern.h"
 #include "host/media/SyntheticClip.h"
 #include "tools/driftsmear/CliError.h"
@@ -90,17 +91,24 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
   };
   showWarnings();
 
+  if (options.repeatable) {
+    // Read by PoCL when the OpenCL platform first loads, which is below.
+    SetEnvironment("POCL_MAX_PTHREAD_COUNT", "1");
+  }
   const std::string modulePath = ResolveModulePath(options.module);
   CheckModule(modulePath);
   const uint32_t device = ChooseDevice(options.device);
+  if (options.repeatable) {
+    CheckRepeatable(dshost::EnumerateGpuDevices().at(device));
+  }
   std::unique_ptr<dshost::RenderSession> session = OpenSession(modulePath, HostAppOf(options.host), device);
   ApplySettings(session->host(), settings, job.source.info.frameRate);
 
   const int64_t frames = job.endFrame - job.firstFrame;
   if (!options.quiet) {
-    std::fprintf(stderr, "driftsmear: %s (%s, %lld frames) -> %s on %s\n", job.source.name.c_str(),
-                 Describe(job.source.info).c_str(), static_cast<long long>(frames), job.outputText.c_str(),
-                 session->device().desc().Describe().c_str());
+    std::fprintf(stderr, "driftsmear: %s (%s, %lld frames) -> %s\n", job.source.name.c_str(),
+                 Describe(job.source.info).c_str(), static_cast<long long>(frames), job.outputText.c_str());
+    std::fprintf(stderr, "driftsmear: rendering on %s\n", DeviceInWords(session->device().desc()).c_str());
     std::fprintf(stderr, "driftsmear: settings: %s\n", SettingsLine(session->host()).c_str());
     for (const std::string& warning : SettingsWarnings(session->host(), settings, HostAppOf(options.host))) {
       std::fprintf(stderr, "driftsmear: warning: %s\n", warning.c_str());

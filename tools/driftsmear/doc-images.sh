@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Renders the README's pictures into docs/images/: the demo clip's last frame
-# in every debug view (320x180) and the Effect Controls panel.
+# in every debug view (640x360: large enough for the smear to show) and the
+# Effect Controls panel.
 #   DRIFTSMEAR  the driftsmear program (default build/tools/driftsmear/driftsmear)
 set -euo pipefail
 cd "$(dirname "$0")/../.."
@@ -13,7 +14,7 @@ mkdir -p "$out"
 frames=16
 last=$(printf '%02d' $((frames - 1)))
 for view in result motion displace flowmag shift; do
-  "$driftsmear" demo --width 320 --height 180 --frames "$frames" --view "$view" -q -y -o "$work/$view-%02d.png"
+  "$driftsmear" demo --width 640 --height 360 --frames "$frames" --view "$view" -q -y -o "$work/$view-%02d.png"
   # 8-bit RGB keeps the pictures small.
   ffmpeg -nostdin -loglevel error -y -i "$work/$view-$last.png" -pix_fmt rgb24 "$out/view-$view.png"
 done

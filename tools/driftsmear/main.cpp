@@ -15,8 +15,11 @@ int main(int argc, char** argv) {
   try {
     const Options options = ParseCommandLine(Utf8Arguments(argc, argv));
     switch (options.command) {
+      case Command::Usage:
+        std::fputs(ShortUsage().c_str(), stderr);
+        return kExitUsage;
       case Command::Help:
-        std::fputs(HelpText().c_str(), stdout);
+        std::fputs(HelpText(options.helpTopic).c_str(), stdout);
         return kExitOk;
       case Command::Version:
         std::printf("driftsmear %s\n", DRIFTSMEAR_VERSION_TEXT);

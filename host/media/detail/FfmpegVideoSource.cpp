@@ -34,6 +34,46 @@ int swsColorspaceOf(AVColorSpace space, int width, int height) {
   }
 }
 
+// The luma weights (Kr, Kb) of a swscale colour space.
+void lumaWeights(int colorspace, double& kr, double& kb) {
+  switch (colorspace) {
+    case SWS_CS_ITU709: kr = 0.2126; kb = 0.0722; return;
+    case SWS_CS_FCC: kr = 0.30; kb = 0.11; return;
+    case SWS_CS_SMPTE240M: kr = 0.212; kb = 0.087; return;
+    case SWS_CS_BT2020: kr = 0.2627; kb = 0.0593; return;
+    default: kr = 0.299; kb = 0.114; return;  // BT.601
+  }
+}
+
+// 8-bit YUV 4:4:4 (with alpha plane) to float BGRA, in double precision.
+void yuvToBgra(const AVFrame& yuv, int colorspace, bool fullRange, ImageF& out) {
+  double kr = 0, kb = 0;
+  lumaWeights(colorspace, kr, kb);
+  const double kg = 1.0 - kr - kb;
+  const double lumaOffset = fullRange ? 0.0 : 16.0;
+  const double lumaScale = fullRange ? 255.0 : 219.0;
+  const double chromaScale = fullRange ? 255.0 : 224.0;
+  for (int y = 0; y < out.height; ++y) {
+    const std::uint8_t* py = yuv.data[0] + static_cast<std::ptrdiff_t>(y) * yuv.linesize[0];
+    const std::uint8_t* pu = yuv.data[1] + static_cast<std::ptrdiff_t>(y) * yuv.linesize[1];
+    const std::uint8_t* pv = yuv.data[2] + static_cast<std::ptrdiff_t>(y) * yuv.linesize[2];
+    const std::uint8_t* pa = yuv.data[3] + static_cast<std::ptrdiff_t>(y) * yuv.linesize[3];
+    float* dst = out.pixel(0, y);
+    for (int x = 0; x < out.width; ++x, dst += 4) {
+      const double luma = (py[x] - lumaOffset) / lumaScale;
+      const double cb = (pu[x] - 128.0) / chromaScale;
+      const double cr = (pv[x] - 128.0) / chromaScale;
+      const double r = luma + 2.0 * (1.0 - kr) * cr;
+      const double b = luma + 2.0 * (1.0 - kb) * cb;
+      const double g = (luma - kr * r - kb * b) / kg;
+      dst[0] = static_cast<float>(std::clamp(b, 0.0, 1.0));
+      dst[1] = static_cast<float>(std::clamp(g, 0.0, 1.0));
+      dst[2] = static_cast<float>(std::clamp(r, 0.0, 1.0));
+      dst[3] = static_cast<float>(pa[x]) / 255.0f;
+    }
+  }
+}
+
 }  // namespace
 
 FfmpegVideoSource::FfmpegVideoSource(const std::string& path, bool strict) : path_(path), strict_(strict) {
@@ -242,52 +282,72 @@ void FfmpegVideoSource::convert(const AVFrame* frame, ImageF& out) {
   const AVPixelFormat format = static_cast<AVPixelFormat>(frame->format);
   const AVPixFmtDescriptor* desc = av_pix_fmt_desc_get(format);
   if (!desc) fail(nextIndex_ - 1, "the decoder returned no pixel format");
-  const bool wide = desc->comp[0].depth > 8 || (desc->flags & AV_PIX_FMT_FLAG_FLOAT);
+  // Exact conversions: 8-bit YUV goes through swscale only to bring the
+  // chroma to full size (4:4:4, codes unchanged), and the matrix is applied
+  // here in double precision; everything else converts to 16 bits a channel
+  // with swscale's exact rounding. swscale's fast 8-bit path is off by up to
+  // 1.5 steps in 255 on many pixels, which moves the effect's output where its
+  // velocity gate is a hard step (the strong and stutter presets).
   const bool rgb = (desc->flags & AV_PIX_FMT_FLAG_RGB) || desc->nb_components <= 2;
+  const bool deep = desc->comp[0].depth > 8 || (desc->flags & AV_PIX_FMT_FLAG_FLOAT);
+  const bool yuv8 = !rgb && !deep;
+  // 8-bit RGB is only reordered into 8-bit RGBA (swscale's 16-bit RGB output
+  // would pass it through YUV).
+  const bool rgb8 = rgb && !deep;
   const int colorspace = rgb ? -1 : swsColorspaceOf(frame->colorspace, frame->width, frame->height);
   const int range = rgb ? -1 : ((isFullRangeFormat(format) || frame->color_range == AVCOL_RANGE_JPEG) ? 1 : 0);
 
   if (!sws_ || format != swsFormat_ || frame->width != swsWidth_ || frame->height != swsHeight_ ||
       colorspace != swsColorspace_ || range != swsRange_) {
-    const AVPixelFormat target = wide ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA;
-    // 8-bit sources take swscale's vector path (under a millisecond for 1080p);
-    // exact rounding would force the scalar path, about thirty times slower, for
-    // differences of one step in 255. Deep sources keep exact rounding.
-    const int flags = SWS_BICUBIC | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | (wide ? SWS_ACCURATE_RND : 0);
+    const AVPixelFormat target = yuv8 ? AV_PIX_FMT_YUVA444P : rgb8 ? AV_PIX_FMT_RGBA : AV_PIX_FMT_RGBA64;
+    const int flags = SWS_BICUBIC | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_ACCURATE_RND | SWS_BITEXACT;
     sws_.reset(sws_getContext(frame->width, frame->height, format, info_.width, info_.height, target, flags, nullptr,
                               nullptr, nullptr));
     if (!sws_) fail(nextIndex_ - 1, std::string("cannot convert from pixel format ") + desc->name);
     if (!rgb) {
+      // YUV to YUV keeps the codes and their range; YUV to RGB applies the matrix.
       sws_setColorspaceDetails(sws_.get(), sws_getCoefficients(colorspace), range,
-                               sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
+                               sws_getCoefficients(yuv8 ? colorspace : SWS_CS_DEFAULT), yuv8 ? range : 1, 0,
+                               1 << 16, 1 << 16);
+    }
+    if (yuv8) {
+      yuv_ = allocFrame();
+      yuv_->format = target;
+      yuv_->width = info_.width;
+      yuv_->height = info_.height;
+      if (av_frame_get_buffer(yuv_.get(), 0) < 0) throw std::bad_alloc();
     }
     swsFormat_ = format;
     swsWidth_ = frame->width;
     swsHeight_ = frame->height;
     swsColorspace_ = colorspace;
     swsRange_ = range;
-    swsWide_ = wide;
+    swsWide_ = !yuv8 && !rgb8;
+    swsYuv_ = yuv8;
   }
-
-  const int bytesPerPixel = swsWide_ ? 8 : 4;
-  const int stride = FFALIGN(info_.width * bytesPerPixel, 64);
-  const std::size_t needed = static_cast<std::size_t>(stride) * static_cast<std::size_t>(info_.height);
-  if (!rgba_ || rgbaSize_ < needed) {
-    rgba_.reset(static_cast<std::uint8_t*>(av_malloc(needed)));
-    if (!rgba_) throw std::bad_alloc();
-    rgbaSize_ = needed;
-  }
-  std::uint8_t* dstData[4] = {rgba_.get(), nullptr, nullptr, nullptr};
-  int dstStride[4] = {stride, 0, 0, 0};
-  sws_scale(sws_.get(), frame->data, frame->linesize, 0, frame->height, dstData, dstStride);
 
   out.width = info_.width;
   out.height = info_.height;
   out.bgra.resize(out.pixelCount() * 4);
-  if (swsWide_) {
-    unpack16(reinterpret_cast<const std::uint16_t*>(rgba_.get()), stride, 4, out);
+  if (swsYuv_) {
+    sws_scale(sws_.get(), frame->data, frame->linesize, 0, frame->height, yuv_->data, yuv_->linesize);
+    yuvToBgra(*yuv_, swsColorspace_, swsRange_ == 1, out);
   } else {
-    unpack8(rgba_.get(), stride, 4, out);
+    const int stride = FFALIGN(info_.width * (swsWide_ ? 8 : 4), 64);
+    const std::size_t needed = static_cast<std::size_t>(stride) * static_cast<std::size_t>(info_.height);
+    if (!rgba_ || rgbaSize_ < needed) {
+      rgba_.reset(static_cast<std::uint8_t*>(av_malloc(needed)));
+      if (!rgba_) throw std::bad_alloc();
+      rgbaSize_ = needed;
+    }
+    std::uint8_t* dstData[4] = {rgba_.get(), nullptr, nullptr, nullptr};
+    int dstStride[4] = {stride, 0, 0, 0};
+    sws_scale(sws_.get(), frame->data, frame->linesize, 0, frame->height, dstData, dstStride);
+    if (swsWide_) {
+      unpack16(reinterpret_cast<const std::uint16_t*>(rgba_.get()), stride, 4, out);
+    } else {
+      unpack8(rgba_.get(), stride, 4, out);
+    }
   }
   if (!info_.hasAlpha) {
     for (std::size_t i = 3; i < out.bgra.size(); i += 4) out.bgra[i] = 1.0f;

@@ -57,7 +57,9 @@ class FfmpegVideoSource {
 
   SwsPtr sws_;
   int swsFormat_ = -1, swsWidth_ = 0, swsHeight_ = 0, swsColorspace_ = -1, swsRange_ = -1;
-  bool swsWide_ = false;
+  bool swsWide_ = false;  // 16-bit RGBA from swscale (else 8-bit RGBA)
+  bool swsYuv_ = false;   // 8-bit YUV 4:4:4 in yuv_, converted here
+  FramePtr yuv_;
   struct AvFree {
     void operator()(std::uint8_t* p) const { av_free(p); }
   };

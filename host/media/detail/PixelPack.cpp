@@ -6,8 +6,12 @@ namespace dshost::detail {
 
 namespace {
 
+// Integer codes are divided by the largest code (255 or 65535), not multiplied
+// by its reciprocal: the division is correctly rounded, the product is not
+// (1 ulp off for 512 of the 65536 16-bit codes). Floats pass with a divisor of 1.
 template <typename T>
-void unpackGeneric(const T* src, std::ptrdiff_t strideBytes, int channels, float scale, ImageF& out) {
+void unpackGeneric(const T* src, std::ptrdiff_t strideBytes, int channels, float divisor, ImageF& out) {
+  const auto scale = [divisor](T value) { return static_cast<float>(value) / divisor; };
   for (int y = 0; y < out.height; ++y) {
     const T* row = reinterpret_cast<const T*>(reinterpret_cast<const std::uint8_t*>(src) + y * strideBytes);
     float* dst = out.pixel(0, y);
@@ -15,24 +19,24 @@ void unpackGeneric(const T* src, std::ptrdiff_t strideBytes, int channels, float
       const T* p = row + static_cast<std::ptrdiff_t>(x) * channels;
       switch (channels) {
         case 1:
-          dst[0] = dst[1] = dst[2] = static_cast<float>(p[0]) * scale;
+          dst[0] = dst[1] = dst[2] = scale(p[0]);
           dst[3] = 1.0f;
           break;
         case 2:
-          dst[0] = dst[1] = dst[2] = static_cast<float>(p[0]) * scale;
-          dst[3] = static_cast<float>(p[1]) * scale;
+          dst[0] = dst[1] = dst[2] = scale(p[0]);
+          dst[3] = scale(p[1]);
           break;
         case 3:
-          dst[0] = static_cast<float>(p[2]) * scale;
-          dst[1] = static_cast<float>(p[1]) * scale;
-          dst[2] = static_cast<float>(p[0]) * scale;
+          dst[0] = scale(p[2]);
+          dst[1] = scale(p[1]);
+          dst[2] = scale(p[0]);
           dst[3] = 1.0f;
           break;
         default:
-          dst[0] = static_cast<float>(p[2]) * scale;
-          dst[1] = static_cast<float>(p[1]) * scale;
-          dst[2] = static_cast<float>(p[0]) * scale;
-          dst[3] = static_cast<float>(p[3]) * scale;
+          dst[0] = scale(p[2]);
+          dst[1] = scale(p[1]);
+          dst[2] = scale(p[0]);
+          dst[3] = scale(p[3]);
           break;
       }
     }
@@ -54,11 +58,11 @@ std::uint16_t toUnorm16(float v) {
 }
 
 void unpack8(const std::uint8_t* src, std::ptrdiff_t stride, int channels, ImageF& out) {
-  unpackGeneric(src, stride, channels, 1.0f / 255.0f, out);
+  unpackGeneric(src, stride, channels, 255.0f, out);
 }
 
 void unpack16(const std::uint16_t* src, std::ptrdiff_t strideBytes, int channels, ImageF& out) {
-  unpackGeneric(src, strideBytes, channels, 1.0f / 65535.0f, out);
+  unpackGeneric(src, strideBytes, channels, 65535.0f, out);
 }
 
 void unpackFloat(const float* src, std::ptrdiff_t strideBytes, int channels, ImageF& out) {
