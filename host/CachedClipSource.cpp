@@ -1,17 +1,37 @@
 #include "host/CachedClipSource.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <type_traits>
 
 namespace dshost {
 
-CachedClipSource::CachedClipSource(FrameCache& cache, int width, int height, Rational frameRate, int64_t frameCount,
-                                   size_t heldFrames)
-    : cache_(cache),
-      width_(width),
-      height_(height),
-      mapping_(frameRate),
-      frameCount_(frameCount),
-      heldCapacity_(std::max<size_t>(heldFrames, 1)) {}
+namespace {
+
+// The image is the first member of a LayerFrame, so a pointer to it is a
+// pointer to its frame.
+static_assert(std::is_standard_layout_v<LayerFrame> && offsetof(LayerFrame, image) == 0);
+
+std::shared_ptr<const LayerFrame> FrameOf(const FrameCache::FramePtr& image) {
+  return std::shared_ptr<const LayerFrame>(image, reinterpret_cast<const LayerFrame*>(image.get()));
+}
+
+}  // namespace
+
+CachedClipSource::CachedClipSource(FrameCache& cache, int width, int height, Rational frameRate, int64_t frameCount)
+    : cache_(cache), width_(width), height_(height), mapping_(frameRate), frameCount_(frameCount) {
+  cache_.setFrameMaker([] {
+    auto frame = std::make_shared<LayerFrame>();
+    return std::shared_ptr<ImageF>(frame, &frame->image);
+  });
+}
+
+std::optional<FrameIdentity> CachedClipSource::Identify(A_long time, A_u_long scale) const {
+  if (frameCount_ <= 0) {
+    return std::nullopt;
+  }
+  return FrameIdentity{FrameIndexAt(time, scale), 0, 0, width_, height_};
+}
 
 int64_t CachedClipSource::FrameIndexAt(A_long time, A_u_long scale) const {
   if (frameCount_ <= 0 || scale == 0) {
@@ -27,26 +47,12 @@ FrameLookup CachedClipSource::Lookup(A_long time, A_u_long scale) const {
     return lookup;
   }
   const int64_t index = FrameIndexAt(time, scale);
-  std::lock_guard<std::mutex> lock(mutex_);
-  for (auto it = held_.begin(); it != held_.end(); ++it) {
-    if (it->first == index) {
-      held_.splice(held_.begin(), held_, it);
-      lookup.frame = held_.front().second;
-      return lookup;
-    }
-  }
   try {
     // The lookup runs inside a host callback the effect made: a decode error
     // must not unwind through the effect, so it becomes a failed checkout.
-    const FrameCache::FramePtr image = cache_.get(index);
-    auto frame = std::make_shared<LayerFrame>();
-    frame->image = *image;
-    held_.emplace_front(index, std::move(frame));
-    if (held_.size() > heldCapacity_) {
-      held_.pop_back();
-    }
-    lookup.frame = held_.front().second;
+    lookup.frame = FrameOf(cache_.get(index));
   } catch (...) {
+    std::lock_guard<std::mutex> lock(mutex_);
     if (!failure_) {
       failure_ = std::current_exception();
     }

@@ -4,14 +4,14 @@
 // first or last frame (a layer holds its first and last frame outside its
 // range, and both host paths then see the same pictures).
 //
-// The effect checks a frame out twice per render (pre-render and pixels), so
-// the frames of the last renders are kept as LayerFrames: each one is copied
-// out of the cache once, however many output frames use it.
+// The cache decodes straight into LayerFrames (see FrameCache::setFrameMaker),
+// so a checkout hands out the cached frame itself: no frame is copied, and
+// the source holds no frames of its own. The frame index names a frame for a
+// host that keeps frames on its device (Identify).
 #pragma once
 #include <cstddef>
 #include <cstdint>
 #include <exception>
-#include <list>
 #include <memory>
 #include <mutex>
 
@@ -24,9 +24,9 @@ namespace dshost {
 class CachedClipSource final : public FrameSource {
  public:
   // `cache` decodes frames 0..frameCount-1 of a clip of that size and rate; it
-  // must outlive the source. `heldFrames` LayerFrames are kept (at least 1).
-  CachedClipSource(FrameCache& cache, int width, int height, Rational frameRate, int64_t frameCount,
-                   size_t heldFrames);
+  // must outlive the source, and it must not have decoded anything yet (the
+  // source sets its frame maker).
+  CachedClipSource(FrameCache& cache, int width, int height, Rational frameRate, int64_t frameCount);
 
   int width() const override { return width_; }
   int height() const override { return height_; }
@@ -37,6 +37,8 @@ class CachedClipSource final : public FrameSource {
   // The frame at the time, clamped to the clip. A frame that cannot be decoded
   // gives Kind::Failure; the decode error is kept for TakeFailure().
   FrameLookup Lookup(A_long time, A_u_long scale) const override;
+  // The clamped frame index; every frame fills the layer from its origin.
+  std::optional<FrameIdentity> Identify(A_long time, A_u_long scale) const override;
 
   int64_t frameCount() const { return frameCount_; }
   // The clip frame a checkout at this time gets (clamped).
@@ -51,9 +53,7 @@ class CachedClipSource final : public FrameSource {
   int height_;
   TimeMapping mapping_;
   int64_t frameCount_;
-  size_t heldCapacity_;
   mutable std::mutex mutex_;
-  mutable std::list<std::pair<int64_t, std::shared_ptr<const LayerFrame>>> held_;  // most recent first
   mutable std::exception_ptr failure_;
 };
 

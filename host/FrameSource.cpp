@@ -1,10 +1,16 @@
 #include "host/FrameSource.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "host/HostError.h"
 
 namespace dshost {
+
+FrameSource::FrameSource() {
+  static std::atomic<uint64_t> next{1};
+  sourceId_ = next.fetch_add(1);
+}
 
 InMemoryClip::InMemoryClip(int width, int height, A_long frameDuration, A_u_long timeScale)
     : width_(width), height_(height), frameDuration_(frameDuration), timeScale_(timeScale) {
@@ -41,6 +47,24 @@ int64_t InMemoryClip::FrameIndexAt(A_long time, A_u_long scale) const {
     --index;
   }
   return index;
+}
+
+std::optional<FrameIdentity> InMemoryClip::Identify(A_long time, A_u_long scale) const {
+  if (frames_.empty()) {
+    return std::nullopt;
+  }
+  int64_t index = FrameIndexAt(time, scale);
+  if ((index < 0 || index >= frameCount()) && outside_ == Outside::NoWorld) {
+    return std::nullopt;
+  }
+  index = std::clamp<int64_t>(index, 0, frameCount() - 1);
+  const Entry& entry = frames_[static_cast<size_t>(index)];
+  // SetNoWorld and SetFailure may change these entries between renders.
+  if (entry.noWorld || entry.failure != PF_Err_NONE) {
+    return std::nullopt;
+  }
+  const LayerFrame& frame = *entry.frame;
+  return FrameIdentity{index, frame.originX, frame.originY, frame.image.width, frame.image.height};
 }
 
 FrameLookup InMemoryClip::Lookup(A_long time, A_u_long scale) const {

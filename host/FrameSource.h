@@ -7,6 +7,7 @@
 #pragma once
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "AE_Effect.h"
@@ -23,6 +24,17 @@ struct LayerFrame {
   A_long originY = 0;
 };
 
+// What a source can say about the frame a checkout gives without producing its
+// pixels: a key that stays the same for the same pixels for the source's
+// whole life, and the frame's rectangle in the layer.
+struct FrameIdentity {
+  int64_t key = 0;
+  A_long originX = 0;
+  A_long originY = 0;
+  int width = 0;
+  int height = 0;
+};
+
 struct FrameLookup {
   enum class Kind {
     Frame,    // `frame` is the frame at that time
@@ -37,7 +49,12 @@ struct FrameLookup {
 
 class FrameSource {
  public:
+  FrameSource();
   virtual ~FrameSource() = default;
+  // Unique among all sources of the process, never reused (a copy shares its
+  // original's frames and so its id): with a frame's identity key it names a
+  // frame's pixels across renders.
+  uint64_t sourceId() const { return sourceId_; }
 
   virtual int width() const = 0;
   virtual int height() const = 0;
@@ -48,8 +65,17 @@ class FrameSource {
   // What a checkout at `time` (in units of 1 / scale seconds) gives.
   virtual FrameLookup Lookup(A_long time, A_u_long scale) const = 0;
 
+  // The identity of the frame a checkout at `time` gives, when the checkout
+  // gives a frame and the source can name it without producing it; a host
+  // that keeps frames on a device asks this first and looks up only the
+  // frames it does not hold. Sources without stable frames give nothing.
+  virtual std::optional<FrameIdentity> Identify(A_long /*time*/, A_u_long /*scale*/) const { return std::nullopt; }
+
   // The start time of frame `index`, in the source's own time scale.
   A_long TimeOfFrame(int index) const { return static_cast<A_long>(index) * frameDuration(); }
+
+ private:
+  uint64_t sourceId_;
 };
 
 // Frames held in memory, frame k covering the times [k, k + 1) × duration.
@@ -79,6 +105,9 @@ class InMemoryClip final : public FrameSource {
   A_long frameDuration() const override { return frameDuration_; }
   A_u_long timeScale() const override { return timeScale_; }
   FrameLookup Lookup(A_long time, A_u_long scale) const override;
+  // Frames added are never changed, so a frame that gives a world is named by
+  // its index; frames marked to give no world or to fail are not named.
+  std::optional<FrameIdentity> Identify(A_long time, A_u_long scale) const override;
 
  private:
   struct Entry {

@@ -158,6 +158,10 @@ void RenderSession::TakeDown(bool strict) {
       failedOut = host_->out_data();
     }
   }
+  // The device may stay open for another session; its staging memory goes.
+  if (device_ != nullptr) {
+    device_->ReleaseStaging();
+  }
   if (options_.onTakenDown) {
     options_.onTakenDown(*host_);
   }

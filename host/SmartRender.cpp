@@ -104,6 +104,9 @@ SmartRenderRequest::SmartRenderRequest(GpuHost& gpu, const FrameSource& source, 
   renderCallbacks_.checkin_layer_pixels = dshost::CheckinLayerPixels;
   renderCallbacks_.checkout_output = dshost::CheckoutOutput;
   renderExtra_ = PF_SmartRenderExtra{&renderInput_, &renderCallbacks_};
+  if (UsesDeviceFrames()) {
+    frameCacheRender_ = gpu_.frameCache().BeginRender();
+  }
 }
 
 SmartRenderRequest::~SmartRenderRequest() {
@@ -178,9 +181,16 @@ PF_Err SmartRenderRequest::CheckoutLayer(PF_ParamIndex index, A_long checkoutId,
     record.error = PF_Err_BAD_CALLBACK_PARAM;
   }
   if (record.error == PF_Err_NONE) {
-    const FrameLookup lookup = source_.Lookup(time, timeScale);
     PF_CheckoutResult checkout{};
-    if (lookup.frame != nullptr) {
+    // With frames kept on the device, a source that can name its frames is
+    // not asked for their pixels here: a frame the device holds needs none.
+    const std::optional<FrameIdentity> identity =
+        UsesDeviceFrames() ? source_.Identify(time, timeScale) : std::nullopt;
+    if (identity) {
+      checkout.result_rect = PF_LRect{identity->originX, identity->originY, identity->originX + identity->width,
+                                      identity->originY + identity->height};
+      checkout.max_result_rect = checkout.result_rect;
+    } else if (const FrameLookup lookup = source_.Lookup(time, timeScale); lookup.frame != nullptr) {
       const LayerFrame& frame = *lookup.frame;
       checkout.result_rect =
           PF_LRect{frame.originX, frame.originY, frame.originX + frame.image.width, frame.originY + frame.image.height};
@@ -221,11 +231,19 @@ PF_Err SmartRenderRequest::CheckoutLayerPixels(A_long checkoutId, PF_EffectWorld
       *pixels = held->second;
       record.world = true;
     } else {
-      const FrameLookup lookup = source_.Lookup(layer->time, layer->timeScale);
-      if (lookup.kind == FrameLookup::Kind::Failure) {
+      const std::optional<FrameIdentity> identity =
+          UsesDeviceFrames() ? source_.Identify(layer->time, layer->timeScale) : std::nullopt;
+      const DeviceFrameKey key{source_.sourceId(), identity ? identity->key : 0, deviceIndex_, pixelFormat_};
+      PF_EffectWorld* cached = identity ? gpu_.LendCachedFrame(key, frameCacheRender_) : nullptr;
+      const FrameLookup lookup = cached != nullptr ? FrameLookup{} : source_.Lookup(layer->time, layer->timeScale);
+      if (cached != nullptr) {
+        heldPixels_[checkoutId] = cached;
+        *pixels = cached;
+        record.world = true;
+      } else if (lookup.kind == FrameLookup::Kind::Failure) {
         record.error = lookup.error != PF_Err_NONE ? lookup.error : PF_Err_INTERNAL_STRUCT_DAMAGED;
       } else if (lookup.kind == FrameLookup::Kind::Frame && lookup.frame != nullptr) {
-        PF_EffectWorld* world = MakeWorld(*lookup.frame);
+        PF_EffectWorld* world = identity ? gpu_.CacheFrame(key, lookup.frame->image, frameCacheRender_) : MakeWorld(*lookup.frame);
         heldPixels_[checkoutId] = world;
         *pixels = world;
         record.world = true;
@@ -265,6 +283,10 @@ PF_Err SmartRenderRequest::CheckoutOutput(PF_EffectWorld** output) {
   }
   *output = output_;
   return PF_Err_NONE;
+}
+
+bool SmartRenderRequest::UsesDeviceFrames() const {
+  return target_ == Target::Gpu && gpu_.frameCache().capacity() > 0;
 }
 
 PF_EffectWorld* SmartRenderRequest::MakeWorld(const LayerFrame& frame) {

@@ -101,6 +101,9 @@ class SmartRenderRequest {
   PF_Err CheckoutOutput(PF_EffectWorld** output);
 
  private:
+  // GPU requests serve the frames a source can name from the device frame
+  // cache when it is on.
+  bool UsesDeviceFrames() const;
   PF_EffectWorld* MakeWorld(const LayerFrame& frame);
   PF_EffectWorld* MakeOutputWorld();
 
@@ -124,6 +127,7 @@ class SmartRenderRequest {
   std::map<A_long, PF_EffectWorld*> heldPixels_;
   PF_EffectWorld* output_ = nullptr;
   double callbackSeconds_ = 0.0;
+  uint64_t frameCacheRender_ = 0;  // this render's number in the device frame cache
 };
 
 // Makes a request the one whose callbacks a GPU host serves, for a scope.

@@ -144,7 +144,12 @@ class OpenCLDevice final : public GpuDevice {
     if (queue_) {
       clFinish(queue_.get());
     }
+    for (Slot& slot : slots_) {
+      ReleaseSlot(slot);
+    }
   }
+
+  void FreeSlot(int index) noexcept override { ReleaseSlot(slots_[index]); }
 
   PF_GPUDeviceInfo Info() const override {
     PF_GPUDeviceInfo info{};
@@ -177,6 +182,54 @@ class OpenCLDevice final : public GpuDevice {
 
   void Finish() override { ThrowIfFailed(clFinish(queue_.get()), "clFinish"); }
 
+ protected:
+  // A slot is a buffer in host-accessible memory (pinned by the driver on a
+  // GPU), mapped once for its whole life; its pointer is the source or
+  // target of ordinary non-blocking transfers, which such a driver runs as
+  // direct memory access.
+  uint8_t* PinnedSlot(int index, std::size_t bytes) override {
+    Slot& slot = slots_[index];
+    if (slot.size < bytes) {
+      ReleaseSlot(slot);
+      cl_int status = CL_SUCCESS;
+      slot.memory = clCreateBuffer(context_.get(), CL_MEM_READ_WRITE | CL_MEM_ALLOC_HOST_PTR, bytes, nullptr, &status);
+      ThrowIfFailed(status, "clCreateBuffer");
+      slot.mapped = clEnqueueMapBuffer(queue_.get(), slot.memory, CL_TRUE, CL_MAP_READ | CL_MAP_WRITE, 0, bytes, 0,
+                                       nullptr, nullptr, &status);
+      if (status != CL_SUCCESS) {
+        clReleaseMemObject(slot.memory);
+        slot = Slot{};
+        ThrowIfFailed(status, "clEnqueueMapBuffer");
+      }
+      slot.size = bytes;
+    }
+    return static_cast<uint8_t*>(slot.mapped);
+  }
+
+  void CopyToDevice(const DeviceBuffer& buffer, std::size_t offset, const uint8_t* source, std::size_t bytes,
+                    int index) override {
+    ThrowIfFailed(clEnqueueWriteBuffer(queue_.get(), static_cast<cl_mem>(buffer.handle()), CL_FALSE, offset, bytes,
+                                       source, 0, nullptr, &slots_[index].done),
+                  "clEnqueueWriteBuffer");
+  }
+
+  void CopyFromDevice(const DeviceBuffer& buffer, std::size_t offset, uint8_t* target, std::size_t bytes,
+                      int index) override {
+    ThrowIfFailed(clEnqueueReadBuffer(queue_.get(), static_cast<cl_mem>(buffer.handle()), CL_FALSE, offset, bytes,
+                                      target, 0, nullptr, &slots_[index].done),
+                  "clEnqueueReadBuffer");
+  }
+
+  void WaitSlot(int index) override {
+    Slot& slot = slots_[index];
+    if (slot.done != nullptr) {
+      const cl_int status = clWaitForEvents(1, &slot.done);
+      clReleaseEvent(slot.done);
+      slot.done = nullptr;
+      ThrowIfFailed(status, "clWaitForEvents");
+    }
+  }
+
   std::optional<uint32_t> ContextReferenceCount() const override {
     cl_uint count = 0;
     if (clGetContextInfo(context_.get(), CL_CONTEXT_REFERENCE_COUNT, sizeof(count), &count, nullptr) != CL_SUCCESS) {
@@ -196,8 +249,32 @@ class OpenCLDevice final : public GpuDevice {
   void FreeRaw(void* handle) noexcept override { clReleaseMemObject(static_cast<cl_mem>(handle)); }
 
  private:
+  struct Slot {
+    cl_mem memory = nullptr;
+    void* mapped = nullptr;
+    std::size_t size = 0;
+    cl_event done = nullptr;
+  };
+
+  void ReleaseSlot(Slot& slot) noexcept {
+    if (slot.done != nullptr) {
+      clWaitForEvents(1, &slot.done);
+      clReleaseEvent(slot.done);
+    }
+    if (slot.memory != nullptr) {
+      cl_event unmapped = nullptr;
+      if (clEnqueueUnmapMemObject(queue_.get(), slot.memory, slot.mapped, 0, nullptr, &unmapped) == CL_SUCCESS) {
+        clWaitForEvents(1, &unmapped);
+        clReleaseEvent(unmapped);
+      }
+      clReleaseMemObject(slot.memory);
+    }
+    slot = Slot{};
+  }
+
   ContextHolder context_;
   QueueHolder queue_;
+  Slot slots_[2];
 };
 
 #if DRIFTSMEAR_HAS_CUDA
@@ -219,6 +296,23 @@ class CudaDevice final : public GpuDevice {
   ~CudaDevice() override {
     cudaSetDevice(desc().cudaOrdinal);
     cudaDeviceSynchronize();
+    FreeSlot(0);
+    FreeSlot(1);
+    if (stream_ != nullptr) {
+      cudaStreamDestroy(stream_);
+    }
+  }
+
+  void FreeSlot(int index) noexcept override {
+    Slot& slot = slots_[index];
+    if (slot.done != nullptr) {
+      cudaEventSynchronize(slot.done);
+      cudaEventDestroy(slot.done);
+    }
+    if (slot.memory != nullptr) {
+      cudaFreeHost(slot.memory);
+    }
+    slot = Slot{};
   }
 
   PF_GPUDeviceInfo Info() const override {
@@ -252,6 +346,55 @@ class CudaDevice final : public GpuDevice {
   void MakeCurrent() override { ThrowIfFailed(cudaSetDevice(desc().cudaOrdinal), "cudaSetDevice"); }
 
  protected:
+  // Page-locked host memory and copies on a stream of the host's own. The
+  // stream is a blocking one: the effect's launches on the legacy default
+  // stream wait for the uploads queued before them, and later copies wait for
+  // those launches.
+  uint8_t* PinnedSlot(int index, std::size_t bytes) override {
+    MakeCurrent();
+    Slot& slot = slots_[index];
+    if (stream_ == nullptr) {
+      ThrowIfFailed(cudaStreamCreate(&stream_), "cudaStreamCreate");
+    }
+    if (slot.done == nullptr) {
+      ThrowIfFailed(cudaEventCreateWithFlags(&slot.done, cudaEventDisableTiming), "cudaEventCreateWithFlags");
+    }
+    if (slot.size < bytes) {
+      if (slot.memory != nullptr) {
+        cudaFreeHost(slot.memory);
+        slot.memory = nullptr;
+        slot.size = 0;
+      }
+      ThrowIfFailed(cudaHostAlloc(&slot.memory, bytes, cudaHostAllocDefault), "cudaHostAlloc");
+      slot.size = bytes;
+    }
+    return static_cast<uint8_t*>(slot.memory);
+  }
+
+  void CopyToDevice(const DeviceBuffer& buffer, std::size_t offset, const uint8_t* source, std::size_t bytes,
+                    int index) override {
+    MakeCurrent();
+    ThrowIfFailed(cudaMemcpyAsync(static_cast<uint8_t*>(buffer.handle()) + offset, source, bytes,
+                                  cudaMemcpyHostToDevice, stream_),
+                  "cudaMemcpyAsync");
+    ThrowIfFailed(cudaEventRecord(slots_[index].done, stream_), "cudaEventRecord");
+  }
+
+  void CopyFromDevice(const DeviceBuffer& buffer, std::size_t offset, uint8_t* target, std::size_t bytes,
+                      int index) override {
+    MakeCurrent();
+    ThrowIfFailed(cudaMemcpyAsync(target, static_cast<const uint8_t*>(buffer.handle()) + offset, bytes,
+                                  cudaMemcpyDeviceToHost, stream_),
+                  "cudaMemcpyAsync");
+    ThrowIfFailed(cudaEventRecord(slots_[index].done, stream_), "cudaEventRecord");
+  }
+
+  void WaitSlot(int index) override {
+    if (slots_[index].done != nullptr) {
+      ThrowIfFailed(cudaEventSynchronize(slots_[index].done), "cudaEventSynchronize");
+    }
+  }
+
   void* AllocateRaw(std::size_t bytes) override {
     MakeCurrent();
     void* memory = nullptr;
@@ -260,6 +403,15 @@ class CudaDevice final : public GpuDevice {
   }
 
   void FreeRaw(void* handle) noexcept override { cudaFree(handle); }
+
+ private:
+  struct Slot {
+    void* memory = nullptr;
+    std::size_t size = 0;
+    cudaEvent_t done = nullptr;
+  };
+  cudaStream_t stream_ = nullptr;
+  Slot slots_[2];
 };
 #endif
 
@@ -357,6 +509,60 @@ DeviceBuffer GpuDevice::Allocate(std::size_t bytes) {
   void* handle = AllocateRaw(bytes == 0 ? 1 : bytes);
   ++liveBuffers_;
   return DeviceBuffer(this, handle, bytes == 0 ? 1 : bytes);
+}
+
+void GpuDevice::StagedWrite(const DeviceBuffer& buffer, std::size_t rowBytes, int rows, const RowFill& fill) {
+  if (rows <= 0 || rowBytes == 0) {
+    return;
+  }
+  if (rowBytes * static_cast<std::size_t>(rows) > buffer.size()) {
+    throw HostError("a staged write of " + std::to_string(rows) + " rows does not fit its buffer");
+  }
+  const int chunkRows = static_cast<int>(std::max<std::size_t>(1, kStagingChunkBytes / rowBytes));
+  std::lock_guard<std::mutex> lock(stagingMutex_);
+  int slot = 0;
+  for (int first = 0; first < rows; first += chunkRows, slot ^= 1) {
+    const int count = std::min(chunkRows, rows - first);
+    WaitSlot(slot);
+    uint8_t* staging = PinnedSlot(slot, rowBytes * static_cast<std::size_t>(chunkRows));
+    fill(staging, first, count);
+    CopyToDevice(buffer, rowBytes * static_cast<std::size_t>(first), staging, rowBytes * static_cast<std::size_t>(count),
+                 slot);
+  }
+}
+
+void GpuDevice::StagedRead(const DeviceBuffer& buffer, std::size_t rowBytes, int rows, const RowDrain& drain) {
+  if (rows <= 0 || rowBytes == 0) {
+    return;
+  }
+  if (rowBytes * static_cast<std::size_t>(rows) > buffer.size()) {
+    throw HostError("a staged read of " + std::to_string(rows) + " rows does not fit its buffer");
+  }
+  const int chunkRows = static_cast<int>(std::max<std::size_t>(1, kStagingChunkBytes / rowBytes));
+  std::lock_guard<std::mutex> lock(stagingMutex_);
+  const auto request = [&](int first, int slot) {
+    WaitSlot(slot);
+    uint8_t* staging = PinnedSlot(slot, rowBytes * static_cast<std::size_t>(chunkRows));
+    const int count = std::min(chunkRows, rows - first);
+    CopyFromDevice(buffer, rowBytes * static_cast<std::size_t>(first), staging,
+                   rowBytes * static_cast<std::size_t>(count), slot);
+    return staging;
+  };
+  // The next chunk is on its way while the current one is drained.
+  uint8_t* current = request(0, 0);
+  int slot = 0;
+  for (int first = 0; first < rows; first += chunkRows, slot ^= 1) {
+    uint8_t* next = first + chunkRows < rows ? request(first + chunkRows, slot ^ 1) : nullptr;
+    WaitSlot(slot);
+    drain(current, first, std::min(chunkRows, rows - first));
+    current = next;
+  }
+}
+
+void GpuDevice::ReleaseStaging() {
+  std::lock_guard<std::mutex> lock(stagingMutex_);
+  FreeSlot(0);
+  FreeSlot(1);
 }
 
 void GpuDevice::Release(void* handle) noexcept {

@@ -7,7 +7,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -104,6 +106,23 @@ class GpuDevice {
   virtual void Read(const DeviceBuffer& buffer, void* data, std::size_t bytes) = 0;
   // Sets every byte of the buffer.
   virtual void Fill(const DeviceBuffer& buffer, uint8_t byte) = 0;
+
+  // Whole-buffer copies of `rows` rows of `rowBytes` through the device's
+  // pinned staging memory, a chunk of rows at a time, so that the bus copies
+  // one chunk while the CPU fills or drains the next. StagedWrite calls
+  // `fill(staging, firstRow, rowCount)` for each chunk and returns without
+  // waiting for the last copy: work queued on the device afterwards sees the
+  // data. StagedRead waits for the work queued before it, then hands each
+  // chunk to `drain` as it arrives. Several threads may call them at once;
+  // they take turns with the staging memory.
+  using RowFill = std::function<void(uint8_t* staging, int firstRow, int rowCount)>;
+  using RowDrain = std::function<void(const uint8_t* staging, int firstRow, int rowCount)>;
+  void StagedWrite(const DeviceBuffer& buffer, std::size_t rowBytes, int rows, const RowFill& fill);
+  void StagedRead(const DeviceBuffer& buffer, std::size_t rowBytes, int rows, const RowDrain& drain);
+  // Frees the staging memory (it is made again on the next staged copy).
+  void ReleaseStaging();
+  // Bytes of one staging chunk; there are two.
+  static constexpr std::size_t kStagingChunkBytes = std::size_t{8} << 20;
   // Waits until all work queued on the device has completed.
   virtual void Finish() = 0;
   // Makes this device the calling thread's current one (CUDA); the effect
@@ -124,12 +143,24 @@ class GpuDevice {
   virtual void* AllocateRaw(std::size_t bytes) = 0;
   virtual void FreeRaw(void* handle) noexcept = 0;
 
+  // Staging slot 0 or 1: pinned host memory of at least `bytes` (the slot is
+  // idle when this is called), an asynchronous copy between it and a buffer,
+  // and the wait for the slot's last copy.
+  virtual uint8_t* PinnedSlot(int slot, std::size_t bytes) = 0;
+  virtual void CopyToDevice(const DeviceBuffer& buffer, std::size_t offset, const uint8_t* source, std::size_t bytes,
+                            int slot) = 0;
+  virtual void CopyFromDevice(const DeviceBuffer& buffer, std::size_t offset, uint8_t* target, std::size_t bytes,
+                              int slot) = 0;
+  virtual void WaitSlot(int slot) = 0;
+  virtual void FreeSlot(int slot) noexcept = 0;
+
  private:
   friend class DeviceBuffer;
   void Release(void* handle) noexcept;
 
   GpuDeviceDesc desc_;
   std::atomic<int64_t> liveBuffers_{0};
+  std::mutex stagingMutex_;
 };
 
 }  // namespace dshost

@@ -204,6 +204,7 @@ GpuHost::~GpuHost() {
   }
   deviceAllocations_.clear();
   worlds_.clear();
+  frameCache_.Clear();
 }
 
 GpuHost* GpuHost::Current() { return RuntimeAttachments<GpuHost>::Current(); }
@@ -348,29 +349,62 @@ size_t GpuHost::LiveWorlds() const {
   return worlds_.size();
 }
 
+namespace {
+
+// Converts rows of an image into rows of a world's format; the padding at the
+// end of each row gets kUnwrittenByte.
+void StoreRows(PF_PixelFormat format, std::size_t rowBytes, const ImageF& image, uint8_t* rows, int first, int count) {
+  const std::size_t bytesPerPixel = BytesPerPixel(format);
+  for (int y = first; y < first + count; ++y) {
+    uint8_t* row = rows + rowBytes * static_cast<std::size_t>(y - first);
+    if (format == kGpuFloatFormat) {
+      const std::size_t pixelBytes = static_cast<std::size_t>(image.width) * 16;
+      std::memcpy(row, image.pixel(0, y), pixelBytes);
+      std::memset(row + pixelBytes, kUnwrittenByte, rowBytes - pixelBytes);
+      continue;
+    }
+    std::memset(row, kUnwrittenByte, rowBytes);
+    for (int x = 0; x < image.width; ++x) {
+      StorePixel(format, image.pixel(x, y), row + bytesPerPixel * static_cast<std::size_t>(x));
+    }
+  }
+}
+
+void LoadRows(PF_PixelFormat format, std::size_t rowBytes, const uint8_t* rows, int first, int count, ImageF& image) {
+  const std::size_t bytesPerPixel = BytesPerPixel(format);
+  for (int y = first; y < first + count; ++y) {
+    const uint8_t* row = rows + rowBytes * static_cast<std::size_t>(y - first);
+    if (format == kGpuFloatFormat) {
+      std::memcpy(image.pixel(0, y), row, static_cast<std::size_t>(image.width) * 16);
+      continue;
+    }
+    for (int x = 0; x < image.width; ++x) {
+      LoadPixel(format, row + bytesPerPixel * static_cast<std::size_t>(x), image.pixel(x, y));
+    }
+  }
+}
+
+}  // namespace
+
 void GpuHost::Upload(const PF_EffectWorld* world, const ImageF& image) {
   const HostWorld* record = Find(world);
   if (record == nullptr) {
     throw HostError("upload into a world the host did not make");
   }
   CheckSize(*record, image);
-  const std::size_t bytesPerPixel = BytesPerPixel(record->format);
   const std::size_t rowBytes = static_cast<std::size_t>(record->world.rowbytes);
-  std::vector<uint8_t> staging(rowBytes * static_cast<std::size_t>(image.height), kUnwrittenByte);
-  for (int y = 0; y < image.height; ++y) {
-    uint8_t* row = staging.data() + rowBytes * static_cast<std::size_t>(y);
-    for (int x = 0; x < image.width; ++x) {
-      StorePixel(record->format, image.pixel(x, y), row + bytesPerPixel * static_cast<std::size_t>(x));
-    }
-  }
   if (record->gpu) {
     GpuDevice* device = Device(record->deviceIndex);
     if (device == nullptr) {
       throw HostError("the world's GPU device is not open");
     }
-    device->Write(record->buffer, staging.data(), staging.size());
+    device->StagedWrite(record->deviceBuffer(), rowBytes, image.height, [&](uint8_t* rows, int first, int count) {
+      StoreRows(record->format, rowBytes, image, rows, first, count);
+    });
+    uploadBytes_ += rowBytes * static_cast<std::size_t>(image.height);
+    ++uploads_;
   } else {
-    std::memcpy(const_cast<uint8_t*>(record->memory.data()), staging.data(), staging.size());
+    StoreRows(record->format, rowBytes, image, const_cast<uint8_t*>(record->memory.data()), 0, image.height);
   }
 }
 
@@ -379,27 +413,89 @@ ImageF GpuHost::Download(const PF_EffectWorld* world) {
   if (record == nullptr) {
     throw HostError("download from a world the host did not make");
   }
-  const std::size_t bytesPerPixel = BytesPerPixel(record->format);
   const std::size_t rowBytes = static_cast<std::size_t>(record->world.rowbytes);
-  std::vector<uint8_t> staging(rowBytes * static_cast<std::size_t>(record->world.height));
+  ImageF image = makeImage(record->world.width, record->world.height);
   if (record->gpu) {
     GpuDevice* device = Device(record->deviceIndex);
     if (device == nullptr) {
       throw HostError("the world's GPU device is not open");
     }
-    device->Finish();
-    device->Read(record->buffer, staging.data(), staging.size());
+    device->StagedRead(record->deviceBuffer(), rowBytes, image.height, [&](const uint8_t* rows, int first, int count) {
+      LoadRows(record->format, rowBytes, rows, first, count, image);
+    });
+    downloadBytes_ += rowBytes * static_cast<std::size_t>(image.height);
+    ++downloads_;
   } else {
-    std::memcpy(staging.data(), record->memory.data(), staging.size());
-  }
-  ImageF image = makeImage(record->world.width, record->world.height);
-  for (int y = 0; y < image.height; ++y) {
-    const uint8_t* row = staging.data() + rowBytes * static_cast<std::size_t>(y);
-    for (int x = 0; x < image.width; ++x) {
-      LoadPixel(record->format, row + bytesPerPixel * static_cast<std::size_t>(x), image.pixel(x, y));
-    }
+    LoadRows(record->format, rowBytes, record->memory.data(), 0, image.height, image);
   }
   return image;
+}
+
+TransferCounts GpuHost::Transfers() const {
+  return TransferCounts{uploadBytes_.load(), uploads_.load(), downloadBytes_.load(), downloads_.load()};
+}
+
+PF_EffectWorld* GpuHost::LendCachedFrame(const DeviceFrameKey& key, uint64_t render) {
+  DeviceFrameCache::FramePtr frame = frameCache_.Find(key, render);
+  if (frame == nullptr) {
+    return nullptr;
+  }
+  auto record = std::make_unique<HostWorld>();
+  FillWorldRecord(*record, frame->width, frame->height, key.format, PF_RationalScale{1, 1});
+  record->gpu = true;
+  record->deviceIndex = key.device;
+  record->cached = std::move(frame);
+  PF_EffectWorld* world = &record->world;
+  std::lock_guard<std::mutex> lock(mutex_);
+  worlds_[world] = std::move(record);
+  return world;
+}
+
+DeviceFrameCache::FramePtr GpuHost::UploadFrame(const DeviceFrameKey& key, const ImageF& image, uint64_t render) {
+  CheckWorldSize(image.width, image.height);
+  if (!IsGpuFormat(key.format)) {
+    throw HostError("pixel format " + std::to_string(key.format) + " is not a GPU format");
+  }
+  GpuDevice* device = Device(key.device);
+  if (device == nullptr) {
+    throw HostError("GPU device " + std::to_string(key.device) + " is not open");
+  }
+  HostWorld layout;
+  FillWorldRecord(layout, image.width, image.height, key.format, PF_RationalScale{1, 1});
+  CheckSize(layout, image);
+  auto frame = std::make_shared<DeviceFrame>();
+  frame->width = image.width;
+  frame->height = image.height;
+  frame->rowBytes = layout.world.rowbytes;
+  const std::size_t rowBytes = static_cast<std::size_t>(frame->rowBytes);
+  frame->buffer = device->Allocate(rowBytes * static_cast<std::size_t>(image.height));
+  device->StagedWrite(frame->buffer, rowBytes, image.height, [&](uint8_t* rows, int first, int count) {
+    StoreRows(key.format, rowBytes, image, rows, first, count);
+  });
+  uploadBytes_ += rowBytes * static_cast<std::size_t>(image.height);
+  ++uploads_;
+  return frameCache_.Insert(key, std::move(frame), render);
+}
+
+PF_EffectWorld* GpuHost::CacheFrame(const DeviceFrameKey& key, const ImageF& image, uint64_t render) {
+  DeviceFrameCache::FramePtr frame = UploadFrame(key, image, render);
+  auto record = std::make_unique<HostWorld>();
+  FillWorldRecord(*record, frame->width, frame->height, key.format, PF_RationalScale{1, 1});
+  record->gpu = true;
+  record->deviceIndex = key.device;
+  record->cached = std::move(frame);
+  PF_EffectWorld* world = &record->world;
+  std::lock_guard<std::mutex> lock(mutex_);
+  worlds_[world] = std::move(record);
+  return world;
+}
+
+void GpuHost::PreloadFrame(const DeviceFrameKey& key, const ImageF& image) {
+  if (frameCache_.capacity() > 0 && !frameCache_.Contains(key)) {
+    // Uploaded for a render still to come: it counts as used by the next one,
+    // so the frames the current render is done with go first.
+    UploadFrame(key, image, frameCache_.CurrentRender() + 1);
+  }
 }
 
 void GpuHost::SetActiveRequest(SmartRenderRequest* request) {

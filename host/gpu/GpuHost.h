@@ -3,6 +3,7 @@
 // render request whose callbacks are being served. Suites without an effect
 // reference find it through the calling thread's current host.
 #pragma once
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -15,6 +16,7 @@
 #include "AE_Effect.h"
 #include "AE_EffectPixelFormat.h"
 #include "PrSDKPixelFormat.h"
+#include "host/gpu/DeviceFrameCache.h"
 #include "host/gpu/GpuDevice.h"
 #include "host/media/Image.h"
 
@@ -48,6 +50,19 @@ struct HostWorld {
   DeviceBuffer buffer;           // GPU worlds
   std::vector<uint8_t> memory;   // CPU worlds
   bool createdByEffect = false;  // through CreateGPUWorld / PF_NewWorld
+  // A GPU world lent from the device frame cache uses the cached frame's
+  // memory instead of `buffer`.
+  DeviceFrameCache::FramePtr cached;
+
+  const DeviceBuffer& deviceBuffer() const { return cached ? cached->buffer : buffer; }
+};
+
+// Pixel bytes the host moved between host memory and its devices.
+struct TransferCounts {
+  uint64_t uploadBytes = 0;
+  uint64_t uploads = 0;
+  uint64_t downloadBytes = 0;
+  uint64_t downloads = 0;
 };
 
 class GpuHost {
@@ -90,9 +105,27 @@ class GpuHost {
   size_t LiveWorlds() const;
 
   // Copies an image into a world of the same size (converting to the world's
-  // format; straight alpha stays straight) and reads one back.
+  // format; straight alpha stays straight) and reads one back. GPU worlds
+  // move through the device's pinned staging memory.
   void Upload(const PF_EffectWorld* world, const ImageF& image);
   ImageF Download(const PF_EffectWorld* world);
+  TransferCounts Transfers() const;
+
+  // ---- Input frames kept on the device -----------------------------------------
+  // Frames kept between renders (capacity 0, the default, keeps none).
+  DeviceFrameCache& frameCache() { return frameCache_; }
+  // A new world showing the cached frame under `key`, or null when it is not
+  // cached; `render` is the cache's number for the render asking
+  // (DeviceFrameCache::BeginRender). The world is disposed of as any other;
+  // the frame stays cached.
+  PF_EffectWorld* LendCachedFrame(const DeviceFrameKey& key, uint64_t render);
+  // Uploads `image` as the frame under `key` (for the key's device and
+  // format), keeps it in the cache and returns a world showing it.
+  PF_EffectWorld* CacheFrame(const DeviceFrameKey& key, const ImageF& image, uint64_t render);
+  // Uploads `image` into the cache under `key` unless it is there already,
+  // ahead of the render that checks it out (a decode thread does this while
+  // the device renders).
+  void PreloadFrame(const DeviceFrameKey& key, const ImageF& image);
 
   // ---- Smart render ------------------------------------------------------------
   // The request whose callbacks the calling thread is served with: several
@@ -107,12 +140,20 @@ class GpuHost {
   size_t LiveDeviceAllocations() const;
 
  private:
+  DeviceFrameCache::FramePtr UploadFrame(const DeviceFrameKey& key, const ImageF& image, uint64_t render);
+
   HostRuntime& runtime_;
   mutable std::mutex mutex_;
   std::map<uint32_t, std::unique_ptr<GpuDevice>> devices_;
   std::map<const PF_EffectWorld*, std::unique_ptr<HostWorld>> worlds_;
   std::map<void*, DeviceBuffer> deviceAllocations_;
   std::map<std::thread::id, SmartRenderRequest*> activeRequests_;
+  // After the devices: its frames go before the devices close.
+  DeviceFrameCache frameCache_;
+  std::atomic<uint64_t> uploadBytes_{0};
+  std::atomic<uint64_t> uploads_{0};
+  std::atomic<uint64_t> downloadBytes_{0};
+  std::atomic<uint64_t> downloads_{0};
 };
 
 }  // namespace dshost

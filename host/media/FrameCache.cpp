@@ -34,7 +34,7 @@ FrameCache::FramePtr FrameCache::get(std::int64_t index) {
   // Another thread may have decoded it while this one waited for its turn.
   if (FramePtr hit = peek(index)) return hit;
 
-  auto frame = std::make_shared<ImageF>();
+  std::shared_ptr<ImageF> frame = maker_ ? maker_() : std::make_shared<ImageF>();
   {
     std::lock_guard<std::mutex> lock(mutex_);
     ++decodeCount_;
@@ -45,6 +45,11 @@ FrameCache::FramePtr FrameCache::get(std::int64_t index) {
   entries_.push_front(Entry{index, frame});
   while (entries_.size() > capacity_) entries_.pop_back();
   return frame;
+}
+
+void FrameCache::setFrameMaker(FrameMaker maker) {
+  std::lock_guard<std::mutex> decoding(decodeMutex_);
+  maker_ = std::move(maker);
 }
 
 void FrameCache::clear() {

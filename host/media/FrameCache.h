@@ -36,6 +36,13 @@ class FrameCache {
   FrameCache(MediaReader& reader, std::size_t capacity);
   FrameCache(DecodeFunction decode, std::size_t capacity);
 
+  // Where new frames are decoded into: by default a plain image of its own.
+  // A user that wraps the frames in a record of its own (with the image
+  // inside) supplies an image that lives inside that record, so the frame is
+  // never copied out of the cache. Set it before the first decode.
+  using FrameMaker = std::function<std::shared_ptr<ImageF>()>;
+  void setFrameMaker(FrameMaker maker);
+
   // The frame, decoded now if it is not in the ring. Decode errors propagate
   // (FrameDecodeError) and leave the ring as it was.
   FramePtr get(std::int64_t index);
@@ -70,6 +77,7 @@ class FrameCache {
   FramePtr findLocked(std::int64_t index) const;
 
   DecodeFunction decode_;
+  FrameMaker maker_;
   std::size_t capacity_;
   mutable std::mutex mutex_;           // guards entries_ and decodeCount_
   mutable std::list<Entry> entries_;   // most recently used first

@@ -292,7 +292,7 @@ PPixHand PremiereHost::CreateGpuPPix(uint32_t deviceIndex, PrPixelFormat format,
   record->ppix.rowbytes = world->rowbytes;
   record->ppix.bitsperpixel = static_cast<csSDK_int32>(BytesPerPixel(WorldFormatOf(format)) * 8);
   if (const HostWorld* host = gpu().Find(world)) {
-    record->ppix.pix = host->buffer.handle();
+    record->ppix.pix = host->deviceBuffer().handle();
   }
   PPixHand handle = record->handle();
   std::lock_guard<std::mutex> lock(mutex_);

@@ -130,7 +130,7 @@ PF_Err GetGPUWorldData(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP, void**
     if (record == nullptr || !record->gpu || pixPP == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
     }
-    *pixPP = record->buffer.handle();
+    *pixPP = record->deviceBuffer().handle();
     return PF_Err_NONE;
   });
 }
@@ -141,7 +141,7 @@ PF_Err GetGPUWorldSize(PF_ProgPtr /*effect_ref*/, PF_EffectWorld* worldP, size_t
     if (record == nullptr || !record->gpu || device_memory_sizePL == nullptr) {
       return PF_Err_BAD_CALLBACK_PARAM;
     }
-    *device_memory_sizePL = record->buffer.size();
+    *device_memory_sizePL = record->deviceBuffer().size();
     return PF_Err_NONE;
   });
 }

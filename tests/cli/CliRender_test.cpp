@@ -121,7 +121,8 @@ TEST(CliRender, PngSequenceInAndOutKeepsStillPartsAndNumbering) {
 
 // The effect reads several earlier (or, with a negative frame offset, later)
 // frames for every output frame; the frame cache serves them, so every input
-// frame the render reaches is decoded exactly once.
+// frame the render reaches is decoded exactly once, and uploaded to the device
+// once.
 TEST(CliRender, EachInputFrameIsDecodedOnce) {
   CLI_REQUIRE_DEVICE();
   Scratch dir;
@@ -149,6 +150,7 @@ TEST(CliRender, EachInputFrameIsDecodedOnce) {
     EXPECT_EQ(StatValue(result.out, "written"), c.frames) << result.out;
     EXPECT_EQ(StatValue(result.out, "input_frames"), c.inputFrames) << result.out;
     EXPECT_EQ(StatValue(result.out, "decoded"), c.inputFrames) << result.out;
+    EXPECT_EQ(StatValue(result.out, "uploaded"), c.inputFrames) << result.out;
   }
 }
 

@@ -112,6 +112,38 @@ TEST_P(RenderChain, FrameOriginsPlaceFramesThroughTheResizePass) {
             10 * kTolerance);
 }
 
+// With input frames kept on the device each one is uploaded once, whatever
+// the number of output frames reading it, and the pictures stay those of the
+// C++ build, resize pass included. A cache smaller than one render's frames
+// drops frames the effect still has checked out; they must stay valid.
+TEST_P(RenderChain, FramesKeptOnTheDeviceAreUploadedOnceAndRenderTheSame) {
+  E2E_REQUIRE_DEVICE(GetParam(), index);
+  const std::vector<DotFrame> frames{{48, 8, 16}, {64, 0, 0}, {40, 16, 8}, {64, 0, 0}, {56, 8, 0}, {64, 0, 0}, {64, 0, 0}};
+  const InMemoryClip clip = DotClip(64, frames, 7);
+  Settings settings;
+  settings.frames = 4;
+  auto session = Open(index, settings);
+  dshost::GpuHost& gpu = session->host().gpu();
+  const KernelData data = ExpectedKernelData(settings);
+  const auto renderMatches = [&](int t) {
+    const ImageF output = session->RenderFrame(clip, clip.TimeOfFrame(t));
+    const std::vector<const LayerFrame*> slots{&clip.frame(t), &clip.frame(t - 1), &clip.frame(t - 2),
+                                               &clip.frame(t - 3)};
+    EXPECT_TRUE(ImagesMatch(ReferenceChain(slots, 64, 64, data, Options()), output, kTolerance)) << "frame " << t;
+  };
+
+  gpu.frameCache().SetCapacity(5);
+  const uint64_t uploadsBefore = gpu.Transfers().uploads;
+  for (int t = 3; t < 7; ++t) renderMatches(t);
+  EXPECT_EQ(gpu.Transfers().uploads - uploadsBefore, 7u) << "frames 0 to 6, once each";
+  EXPECT_EQ(gpu.frameCache().size(), 5u);
+  EXPECT_EQ(gpu.LiveWorlds(), 0u) << "the lent worlds went back; the frames stay cached";
+
+  gpu.frameCache().SetCapacity(2);
+  renderMatches(5);
+  EXPECT_EQ(gpu.frameCache().size(), 2u);
+}
+
 TEST_P(RenderChain, NothingIsLeftOnTheDeviceOrInTheHostAfterTakedown) {
   E2E_REQUIRE_DEVICE(GetParam(), index);
   const InMemoryClip clip = DotClip(32, std::vector<DotFrame>(6, DotFrame{32, 0, 0}), 2);

@@ -355,7 +355,8 @@ const char* const kRenderOptions = R"(Render options:
                         (default: it ends at the first gap, with a warning)
   -y, --yes             overwrite an existing output
   -q, --quiet           print nothing but errors
-  --stats               print a summary line (frames, decodes, fps) at the end
+  --stats               print a summary line (frames, decodes, uploads, bytes
+                        moved to and from the device, fps) at the end
   --repeatable          the same pictures on every run: one device thread on
                         PoCL (the effect composites in place, so parallel
                         work-groups may race); refused where not guaranteed
@@ -382,8 +383,13 @@ settings options (--preset, --set, --view); panel takes -o, -y, --host,
 --device and --module.
 
 )";
-const char* const kEnvironment = R"(Environment: DRIFTSMEAR_MODULE names the module; DRIFTSMEAR_CACHE_MB caps the
-memory of decoded frames (default 4096) for settings that reach far back.
+const char* const kEnvironment = R"(Environment: DRIFTSMEAR_MODULE names the module. DRIFTSMEAR_CACHE_MB (default
+4096) caps the memory of the input frames the renderer keeps: frames kept on
+the device between output frames (After Effects host) plus decoded frames
+waiting in memory. A render needs frames x 16 bytes per pixel (4K, frames=10:
+about 1.5 GB) to upload each input frame once; below that, frames far back
+are decoded and uploaded again. The output frame, the effect's working frame
+and the encoder's buffers come on top of the cap.
 
 )";
 const char* const kBehaviour = R"(Progress goes to standard error: one updating line on a terminal, a line

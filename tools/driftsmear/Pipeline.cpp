@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "host/CachedClipSource.h"
+#include "host/gpu/GpuHost.h"
 #include "host/HostError.h"
 #include "host/media/MediaError.h"
 #include "tools/driftsmear/Console.h"
@@ -20,10 +21,14 @@ namespace {
 
 constexpr A_long kFramesDiskId = 6;
 constexpr A_long kFrameOffsetDiskId = 7;
-// How far the decoder may run ahead of the frames the renderer needs.
-constexpr int64_t kDecodeAhead = 3;
-// Rendered frames waiting for the encoder.
-constexpr size_t kEncodeQueue = 2;
+// How far the decoder may run ahead of the frames the renderer needs: with
+// frames kept on the device the decoder also uploads them, and one frame
+// ahead keeps the device fed without holding more input frames than needed.
+constexpr int64_t kDecodeAheadHost = 3;
+constexpr int64_t kDecodeAheadDevice = 1;
+// Rendered frames waiting for the encoder (besides the one being encoded and
+// the one the renderer is handing over).
+constexpr size_t kEncodeQueue = 1;
 
 // A bounded queue of rendered frames. push() waits for room and fails once
 // the queue is closed; pop() waits for a frame and gives none once the queue
@@ -130,17 +135,34 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
   const int64_t endInput = maxNeeded(options.endFrame - 1) + 1;
   result.inputFramesUsed = endInput - firstInput;
 
-  // Room for every frame between the oldest one an output frame reads and the
-  // newest one the decoder may have decoded ahead, with slack for the order in
-  // which the renderer touches them; within the memory budget.
+  // After Effects renders through smart render, where the host keeps input
+  // frames on the device: the decode thread uploads each one once, and the
+  // device frame cache holds every frame from the oldest one an output frame
+  // reads to the newest one uploaded ahead. Host memory then only holds
+  // frames between decode and upload. The Premiere host uploads the frames
+  // per render, so its decoded frame cache holds the whole window instead.
+  // Both within the memory budget.
+  const bool deviceFrames = session.options().app == dshost::HostApp::AfterEffects;
+  const int64_t decodeAhead = deviceFrames ? kDecodeAheadDevice : kDecodeAheadHost;
   const uint64_t frameBytes = static_cast<uint64_t>(info.width) * static_cast<uint64_t>(info.height) * 16u;
-  const size_t held = static_cast<size_t>(window.frames) + 1;
   const uint64_t budgetFrames = frameBytes > 0 ? options.memoryBudgetBytes / frameBytes : 0;
   const int64_t batch = std::max(options.renderThreads, 1);
-  const size_t wanted = static_cast<size_t>(window.back + window.ahead + 2 * kDecodeAhead + 2 + (batch - 1));
-  const size_t affordable = static_cast<size_t>(
-      std::max<uint64_t>(budgetFrames > held ? budgetFrames - held : 0, static_cast<uint64_t>(2 * kDecodeAhead + 4)));
-  result.cacheFrames = std::min(wanted, affordable);
+  const size_t span = static_cast<size_t>(window.back + window.ahead + 1);
+  size_t wanted = 0;
+  size_t affordable = 0;
+  if (deviceFrames) {
+    result.cacheFrames = static_cast<size_t>(decodeAhead) + 1;
+    wanted = span + static_cast<size_t>(decodeAhead + batch - 1);
+    affordable = static_cast<size_t>(std::max<uint64_t>(
+        budgetFrames > result.cacheFrames ? budgetFrames - result.cacheFrames : 0, static_cast<uint64_t>(2)));
+    result.deviceFrames = std::min(wanted, affordable);
+  } else {
+    const size_t held = static_cast<size_t>(window.frames) + 1;
+    wanted = span + static_cast<size_t>(2 * decodeAhead + 1 + batch - 1);
+    affordable = static_cast<size_t>(
+        std::max<uint64_t>(budgetFrames > held ? budgetFrames - held : 0, static_cast<uint64_t>(2 * decodeAhead + 4)));
+    result.cacheFrames = std::min(wanted, affordable);
+  }
   if (wanted > affordable && !options.quiet) {
     std::fprintf(stderr,
                  "driftsmear: warning: the effect reads frames up to %lld apart; at this size the frame cache holds "
@@ -148,8 +170,13 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
                  static_cast<long long>(window.back + window.ahead), affordable);
   }
 
+  dshost::GpuHost& gpu = session.host().gpu();
+  gpu.frameCache().SetCapacity(result.deviceFrames);
+  const dshost::TransferCounts transfersBefore = gpu.Transfers();
   dshost::FrameCache cache(source.decode, result.cacheFrames);
-  dshost::CachedClipSource clip(cache, info.width, info.height, info.frameRate, info.frameCount, held);
+  dshost::CachedClipSource clip(cache, info.width, info.height, info.frameRate, info.frameCount);
+  const PF_PixelFormat pixelFormat = dshost::PixelFormatOf(options.format);
+  const uint32_t deviceIndex = session.options().deviceIndex;
   DecodeState state;
   state.renderAt = options.firstFrame;
   FrameQueue queue(kEncodeQueue);
@@ -160,14 +187,15 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
     for (int64_t index = firstInput; index < endInput; ++index) {
       {
         std::unique_lock<std::mutex> lock(state.mutex);
-        state.changed.wait(lock, [&] { return state.stop || index <= maxNeeded(state.renderAt) + kDecodeAhead; });
+        state.changed.wait(lock, [&] { return state.stop || index <= maxNeeded(state.renderAt) + decodeAhead; });
         if (state.stop) {
           break;
         }
       }
       const auto started = Clock::now();
+      dshost::FrameCache::FramePtr frame;
       try {
-        cache.get(index);
+        frame = cache.get(index);
         result.decodeSeconds += SecondsSince(started);
       } catch (...) {
         std::lock_guard<std::mutex> lock(state.mutex);
@@ -175,6 +203,15 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
         state.failure = std::current_exception();
         break;
       }
+      if (deviceFrames) {
+        try {
+          gpu.PreloadFrame(dshost::DeviceFrameKey{clip.sourceId(), index, deviceIndex, pixelFormat}, *frame);
+        } catch (...) {
+          // The render's own checkout uploads the frame again and reports
+          // what goes wrong then.
+        }
+      }
+      frame.reset();
       std::lock_guard<std::mutex> lock(state.mutex);
       state.decodedUpTo = index;
       state.changed.notify_all();
@@ -286,6 +323,12 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
   }
   decoder.join();
 
+  gpu.frameCache().SetCapacity(0);
+  const dshost::TransferCounts transfers = gpu.Transfers();
+  result.uploadBytes = transfers.uploadBytes - transfersBefore.uploadBytes;
+  result.uploads = transfers.uploads - transfersBefore.uploads;
+  result.downloadBytes = transfers.downloadBytes - transfersBefore.downloadBytes;
+  result.frameBytes = frameBytes;
   result.seconds = progress.Seconds();
   result.decodes = cache.decodeCount();
   result.interrupted = interrupted;

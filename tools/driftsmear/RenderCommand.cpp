@@ -140,13 +140,20 @@ int RenderJob(const Options& options, const EffectSettings& settings, const Job&
   if (options.stats) {
     // With the video on standard output the summary goes to standard error.
     std::FILE* statsOut = job.outputText == "-" ? stderr : stdout;
+    // Host-to-device traffic per output frame, in bytes and in input frames.
+    const double perOutput = result.rendered > 0 ? 1.0 / static_cast<double>(result.rendered) : 0.0;
     std::fprintf(statsOut, "stats: frames=%lld rendered=%lld written=%lld decoded=%llu input_frames=%lld cache=%zu "
-                "seconds=%.3f fps=%.3f decode_seconds=%.3f render_seconds=%.3f encode_seconds=%.3f\n",
+                "device_cache=%zu seconds=%.3f fps=%.3f decode_seconds=%.3f render_seconds=%.3f "
+                "encode_seconds=%.3f uploaded=%llu h2d_bytes=%llu d2h_bytes=%llu h2d_bytes_per_frame=%.0f "
+                "h2d_frames_per_frame=%.3f\n",
                 static_cast<long long>(frames), static_cast<long long>(result.rendered),
                 static_cast<long long>(result.written), static_cast<unsigned long long>(result.decodes),
-                static_cast<long long>(result.inputFramesUsed), result.cacheFrames, result.seconds,
-                result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0.0,
-                result.decodeSeconds, result.renderSeconds, result.encodeSeconds);
+                static_cast<long long>(result.inputFramesUsed), result.cacheFrames, result.deviceFrames,
+                result.seconds, result.seconds > 0 ? static_cast<double>(result.written) / result.seconds : 0.0,
+                result.decodeSeconds, result.renderSeconds, result.encodeSeconds,
+                static_cast<unsigned long long>(result.uploads), static_cast<unsigned long long>(result.uploadBytes),
+                static_cast<unsigned long long>(result.downloadBytes),
+                static_cast<double>(result.uploadBytes) * perOutput, static_cast<double>(result.uploads) * perOutput);
     std::fflush(statsOut);
   }
   const std::string kept =

@@ -1,0 +1,95 @@
+// Input frames kept on the device between renders. An effect that reads the
+// current frame and several earlier ones checks each input frame out for
+// several output frames in a row; the host uploads it the first time and
+// hands the same device memory out again while the frame is cached, so every
+// input frame crosses the bus once per render job.
+//
+// A frame is named by its source's id and the source's key for it (see
+// FrameSource::Identify), plus the device and pixel format it was made for.
+// The cache holds at most `capacity` frames; when a new one needs room the
+// frame whose last render is the oldest goes, and among frames last used by
+// the same render the one kept longest. Uses are counted per render, not per
+// checkout: an effect checks its current frame out first and the oldest last,
+// so per-checkout recency would drop the current frame, which the next render
+// needs, rather than the oldest one, which it does not. A frame that is out with an effect when it
+// is dropped stays valid until it is checked in (its memory is shared).
+// Capacity 0 turns the cache off. Any number of render threads may use one
+// cache.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <mutex>
+
+#include "AE_Effect.h"
+#include "host/gpu/GpuDevice.h"
+
+namespace dshost {
+
+struct DeviceFrameKey {
+  uint64_t source = 0;
+  int64_t frame = 0;
+  uint32_t device = 0;
+  PF_PixelFormat format = PF_PixelFormat_INVALID;
+
+  bool operator==(const DeviceFrameKey&) const = default;
+};
+
+// A frame's pixels on the device, laid out as a world of this size.
+struct DeviceFrame {
+  DeviceBuffer buffer;
+  int width = 0;
+  int height = 0;
+  A_long rowBytes = 0;
+};
+
+class DeviceFrameCache {
+ public:
+  using FramePtr = std::shared_ptr<const DeviceFrame>;
+
+  void SetCapacity(std::size_t frames);
+  std::size_t capacity() const;
+  std::size_t size() const;
+
+  // Starts a render: the number that marks the frames it uses.
+  uint64_t BeginRender();
+  // The number of the latest render.
+  uint64_t CurrentRender() const;
+
+  // The cached frame, now marked used by `render`, or null.
+  FramePtr Find(const DeviceFrameKey& key, uint64_t render);
+  // Whether the frame is cached; neither counted nor made recently used.
+  bool Contains(const DeviceFrameKey& key) const;
+  // Keeps a frame, dropping the least recently used ones beyond the capacity;
+  // with capacity 0 nothing is kept. A frame already kept under the key (two
+  // threads uploaded it together) stays and is returned instead.
+  FramePtr Insert(const DeviceFrameKey& key, FramePtr frame, uint64_t render);
+  // Drops every frame (before the devices close).
+  void Clear();
+
+  struct Counts {
+    uint64_t hits = 0;
+    uint64_t misses = 0;
+  };
+  Counts counts() const;
+
+ private:
+  struct Entry {
+    DeviceFrameKey key;
+    FramePtr frame;
+    uint64_t render = 0;  // the last render that used it
+    uint64_t serial = 0;  // order of insertion
+  };
+  // Moves entries beyond the capacity into `dropped`.
+  void DropBeyondCapacity(std::list<Entry>& dropped);
+
+  mutable std::mutex mutex_;
+  std::size_t capacity_ = 0;
+  std::list<Entry> entries_;
+  uint64_t render_ = 0;
+  uint64_t serial_ = 0;
+  Counts counts_;
+};
+
+}  // namespace dshost
