@@ -104,9 +104,6 @@ SmartRenderRequest::SmartRenderRequest(GpuHost& gpu, const FrameSource& source, 
   renderCallbacks_.checkin_layer_pixels = dshost::CheckinLayerPixels;
   renderCallbacks_.checkout_output = dshost::CheckoutOutput;
   renderExtra_ = PF_SmartRenderExtra{&renderInput_, &renderCallbacks_};
-  if (UsesDeviceFrames()) {
-    frameCacheRender_ = gpu_.frameCache().BeginRender();
-  }
 }
 
 SmartRenderRequest::~SmartRenderRequest() {
@@ -234,7 +231,7 @@ PF_Err SmartRenderRequest::CheckoutLayerPixels(A_long checkoutId, PF_EffectWorld
       const std::optional<FrameIdentity> identity =
           UsesDeviceFrames() ? source_.Identify(layer->time, layer->timeScale) : std::nullopt;
       const DeviceFrameKey key{source_.sourceId(), identity ? identity->key : 0, deviceIndex_, pixelFormat_};
-      PF_EffectWorld* cached = identity ? gpu_.LendCachedFrame(key, frameCacheRender_) : nullptr;
+      PF_EffectWorld* cached = identity ? gpu_.LendCachedFrame(key) : nullptr;
       const FrameLookup lookup = cached != nullptr ? FrameLookup{} : source_.Lookup(layer->time, layer->timeScale);
       if (cached != nullptr) {
         heldPixels_[checkoutId] = cached;
@@ -243,7 +240,7 @@ PF_Err SmartRenderRequest::CheckoutLayerPixels(A_long checkoutId, PF_EffectWorld
       } else if (lookup.kind == FrameLookup::Kind::Failure) {
         record.error = lookup.error != PF_Err_NONE ? lookup.error : PF_Err_INTERNAL_STRUCT_DAMAGED;
       } else if (lookup.kind == FrameLookup::Kind::Frame && lookup.frame != nullptr) {
-        PF_EffectWorld* world = identity ? gpu_.CacheFrame(key, lookup.frame->image, frameCacheRender_) : MakeWorld(*lookup.frame);
+        PF_EffectWorld* world = identity ? gpu_.CacheFrame(key, lookup.frame->image) : MakeWorld(*lookup.frame);
         heldPixels_[checkoutId] = world;
         *pixels = world;
         record.world = true;

@@ -127,7 +127,6 @@ class SmartRenderRequest {
   std::map<A_long, PF_EffectWorld*> heldPixels_;
   PF_EffectWorld* output_ = nullptr;
   double callbackSeconds_ = 0.0;
-  uint64_t frameCacheRender_ = 0;  // this render's number in the device frame cache
 };
 
 // Makes a request the one whose callbacks a GPU host serves, for a scope.

@@ -8,7 +8,7 @@ namespace dshost {
 void DeviceFrameCache::DropBeyondCapacity(std::list<Entry>& dropped) {
   while (entries_.size() > capacity_) {
     const auto victim = std::min_element(entries_.begin(), entries_.end(), [](const Entry& a, const Entry& b) {
-      return std::tie(a.render, a.serial) < std::tie(b.render, b.serial);
+      return std::tie(a.key.source, a.key.frame) < std::tie(b.key.source, b.key.frame);
     });
     dropped.splice(dropped.begin(), entries_, victim);
   }
@@ -32,21 +32,10 @@ std::size_t DeviceFrameCache::size() const {
   return entries_.size();
 }
 
-uint64_t DeviceFrameCache::BeginRender() {
+DeviceFrameCache::FramePtr DeviceFrameCache::Find(const DeviceFrameKey& key) {
   std::lock_guard<std::mutex> lock(mutex_);
-  return ++render_;
-}
-
-uint64_t DeviceFrameCache::CurrentRender() const {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return render_;
-}
-
-DeviceFrameCache::FramePtr DeviceFrameCache::Find(const DeviceFrameKey& key, uint64_t render) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  for (Entry& entry : entries_) {
+  for (const Entry& entry : entries_) {
     if (entry.key == key) {
-      entry.render = std::max(entry.render, render);
       ++counts_.hits;
       return entry.frame;
     }
@@ -60,19 +49,18 @@ bool DeviceFrameCache::Contains(const DeviceFrameKey& key) const {
   return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) { return entry.key == key; });
 }
 
-DeviceFrameCache::FramePtr DeviceFrameCache::Insert(const DeviceFrameKey& key, FramePtr frame, uint64_t render) {
+DeviceFrameCache::FramePtr DeviceFrameCache::Insert(const DeviceFrameKey& key, FramePtr frame) {
   std::list<Entry> dropped;
   std::lock_guard<std::mutex> lock(mutex_);
   if (capacity_ == 0) {
     return frame;
   }
-  for (Entry& entry : entries_) {
+  for (const Entry& entry : entries_) {
     if (entry.key == key) {
-      entry.render = std::max(entry.render, render);
       return entry.frame;
     }
   }
-  entries_.push_back(Entry{key, frame, render, ++serial_});
+  entries_.push_back(Entry{key, frame});
   DropBeyondCapacity(dropped);
   return frame;
 }

@@ -7,11 +7,12 @@
 // A frame is named by its source's id and the source's key for it (see
 // FrameSource::Identify), plus the device and pixel format it was made for.
 // The cache holds at most `capacity` frames; when a new one needs room the
-// frame whose last render is the oldest goes, and among frames last used by
-// the same render the one kept longest. Uses are counted per render, not per
-// checkout: an effect checks its current frame out first and the oldest last,
-// so per-checkout recency would drop the current frame, which the next render
-// needs, rather than the oldest one, which it does not. A frame that is out with an effect when it
+// frame with the lowest key goes (of the oldest source first). Renders move
+// forward through a clip, so that is the frame furthest behind them.
+// Recency would be the wrong rule: an effect checks its current frame out
+// first and its oldest frame last, and render threads working on several
+// output frames at once touch them in any order, so the least recently used
+// frame is often one the next render needs. A frame that is out with an effect when it
 // is dropped stays valid until it is checked in (its memory is shared).
 // Capacity 0 turns the cache off. Any number of render threads may use one
 // cache.
@@ -52,19 +53,14 @@ class DeviceFrameCache {
   std::size_t capacity() const;
   std::size_t size() const;
 
-  // Starts a render: the number that marks the frames it uses.
-  uint64_t BeginRender();
-  // The number of the latest render.
-  uint64_t CurrentRender() const;
-
-  // The cached frame, now marked used by `render`, or null.
-  FramePtr Find(const DeviceFrameKey& key, uint64_t render);
+  // The cached frame, or null.
+  FramePtr Find(const DeviceFrameKey& key);
   // Whether the frame is cached; neither counted nor made recently used.
   bool Contains(const DeviceFrameKey& key) const;
   // Keeps a frame, dropping the least recently used ones beyond the capacity;
   // with capacity 0 nothing is kept. A frame already kept under the key (two
   // threads uploaded it together) stays and is returned instead.
-  FramePtr Insert(const DeviceFrameKey& key, FramePtr frame, uint64_t render);
+  FramePtr Insert(const DeviceFrameKey& key, FramePtr frame);
   // Drops every frame (before the devices close).
   void Clear();
 
@@ -78,8 +74,6 @@ class DeviceFrameCache {
   struct Entry {
     DeviceFrameKey key;
     FramePtr frame;
-    uint64_t render = 0;  // the last render that used it
-    uint64_t serial = 0;  // order of insertion
   };
   // Moves entries beyond the capacity into `dropped`.
   void DropBeyondCapacity(std::list<Entry>& dropped);
@@ -87,8 +81,6 @@ class DeviceFrameCache {
   mutable std::mutex mutex_;
   std::size_t capacity_ = 0;
   std::list<Entry> entries_;
-  uint64_t render_ = 0;
-  uint64_t serial_ = 0;
   Counts counts_;
 };
 

@@ -435,8 +435,8 @@ TransferCounts GpuHost::Transfers() const {
   return TransferCounts{uploadBytes_.load(), uploads_.load(), downloadBytes_.load(), downloads_.load()};
 }
 
-PF_EffectWorld* GpuHost::LendCachedFrame(const DeviceFrameKey& key, uint64_t render) {
-  DeviceFrameCache::FramePtr frame = frameCache_.Find(key, render);
+PF_EffectWorld* GpuHost::LendCachedFrame(const DeviceFrameKey& key) {
+  DeviceFrameCache::FramePtr frame = frameCache_.Find(key);
   if (frame == nullptr) {
     return nullptr;
   }
@@ -451,7 +451,7 @@ PF_EffectWorld* GpuHost::LendCachedFrame(const DeviceFrameKey& key, uint64_t ren
   return world;
 }
 
-DeviceFrameCache::FramePtr GpuHost::UploadFrame(const DeviceFrameKey& key, const ImageF& image, uint64_t render) {
+DeviceFrameCache::FramePtr GpuHost::UploadFrame(const DeviceFrameKey& key, const ImageF& image) {
   CheckWorldSize(image.width, image.height);
   if (!IsGpuFormat(key.format)) {
     throw HostError("pixel format " + std::to_string(key.format) + " is not a GPU format");
@@ -474,11 +474,11 @@ DeviceFrameCache::FramePtr GpuHost::UploadFrame(const DeviceFrameKey& key, const
   });
   uploadBytes_ += rowBytes * static_cast<std::size_t>(image.height);
   ++uploads_;
-  return frameCache_.Insert(key, std::move(frame), render);
+  return frameCache_.Insert(key, std::move(frame));
 }
 
-PF_EffectWorld* GpuHost::CacheFrame(const DeviceFrameKey& key, const ImageF& image, uint64_t render) {
-  DeviceFrameCache::FramePtr frame = UploadFrame(key, image, render);
+PF_EffectWorld* GpuHost::CacheFrame(const DeviceFrameKey& key, const ImageF& image) {
+  DeviceFrameCache::FramePtr frame = UploadFrame(key, image);
   auto record = std::make_unique<HostWorld>();
   FillWorldRecord(*record, frame->width, frame->height, key.format, PF_RationalScale{1, 1});
   record->gpu = true;
@@ -492,9 +492,7 @@ PF_EffectWorld* GpuHost::CacheFrame(const DeviceFrameKey& key, const ImageF& ima
 
 void GpuHost::PreloadFrame(const DeviceFrameKey& key, const ImageF& image) {
   if (frameCache_.capacity() > 0 && !frameCache_.Contains(key)) {
-    // Uploaded for a render still to come: it counts as used by the next one,
-    // so the frames the current render is done with go first.
-    UploadFrame(key, image, frameCache_.CurrentRender() + 1);
+    UploadFrame(key, image);
   }
 }
 

@@ -115,13 +115,11 @@ class GpuHost {
   // Frames kept between renders (capacity 0, the default, keeps none).
   DeviceFrameCache& frameCache() { return frameCache_; }
   // A new world showing the cached frame under `key`, or null when it is not
-  // cached; `render` is the cache's number for the render asking
-  // (DeviceFrameCache::BeginRender). The world is disposed of as any other;
-  // the frame stays cached.
-  PF_EffectWorld* LendCachedFrame(const DeviceFrameKey& key, uint64_t render);
+  // cached. The world is disposed of as any other; the frame stays cached.
+  PF_EffectWorld* LendCachedFrame(const DeviceFrameKey& key);
   // Uploads `image` as the frame under `key` (for the key's device and
   // format), keeps it in the cache and returns a world showing it.
-  PF_EffectWorld* CacheFrame(const DeviceFrameKey& key, const ImageF& image, uint64_t render);
+  PF_EffectWorld* CacheFrame(const DeviceFrameKey& key, const ImageF& image);
   // Uploads `image` into the cache under `key` unless it is there already,
   // ahead of the render that checks it out (a decode thread does this while
   // the device renders).
@@ -140,7 +138,7 @@ class GpuHost {
   size_t LiveDeviceAllocations() const;
 
  private:
-  DeviceFrameCache::FramePtr UploadFrame(const DeviceFrameKey& key, const ImageF& image, uint64_t render);
+  DeviceFrameCache::FramePtr UploadFrame(const DeviceFrameKey& key, const ImageF& image);
 
   HostRuntime& runtime_;
   mutable std::mutex mutex_;
