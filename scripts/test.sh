@@ -11,6 +11,17 @@ cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 cmake --build "$build" -j "$jobs"
 ctest --test-dir "$build" --output-on-failure -j "$jobs"
 
+# The whole suite again under AddressSanitizer and UndefinedBehaviorSanitizer,
+# and the tests that render from several threads under ThreadSanitizer
+# (presets asan and tsan; DRIFTSMEAR_SANITIZERS=0 skips them).
+if [[ "${DRIFTSMEAR_SANITIZERS:-1}" == 1 ]]; then
+  for preset in asan tsan; do
+    cmake --preset "$preset"
+    cmake --build --preset "$preset" -j "$jobs"
+    ctest --preset "$preset" -j "$jobs"
+  done
+fi
+
 if [[ -x scripts/test-windows.sh && "${DRIFTSMEAR_WINDOWS:-1}" == 1 ]]; then
   bash scripts/test-windows.sh
 fi
