@@ -57,6 +57,11 @@ TEST_F(SmartRender, EarlierFramesAreCheckedOutFrameOffsetTimeStepsBack) {
   host().parameters().SetValueById(kDiskFrameOffset, 0.5);
   result = ae_->Render(clip_, 100);
   EXPECT_EQ(CheckoutTimes(result.log), (std::vector<A_long>{100, 95, 90}));
+  // Fractions of a time unit are cut toward zero, before the start too:
+  // 3 - 4.5 gives -1, not -2.
+  host().parameters().SetValueById(kDiskFrameOffset, 0.45);
+  EXPECT_EQ(CheckoutTimes(ae_->Render(clip_, 3).log), (std::vector<A_long>{3, -1, -6}));
+  host().parameters().SetValueById(kDiskFrameOffset, 0.5);
 
   // A negative offset looks at later frames; 0 asks for the current frame in
   // every slot.
@@ -165,6 +170,17 @@ TEST_F(SmartRender, SixteenBitFramesAreRefusedWithoutTouchingTheOutput) {
                                         "PF_Err_UNRECOGNIZED_PARAM_TYPE (514)")
                 .size(),
             1u);
+
+  // A float frame whose format the host cannot tell keeps the 'badf' the
+  // format starts as, and is refused the same way.
+  dshost::Faults& faults = host().runtime().faults();
+  faults.FailCall("PF World Suite.PF_GetPixelFormat", faults.Count("PF World Suite.PF_GetPixelFormat") + 1,
+                  PF_Err_BAD_CALLBACK_PARAM);
+  const auto unknown = ae_->Render(clip_, 100);
+  EXPECT_EQ(unknown.render, PF_Err_UNRECOGNIZED_PARAM_TYPE);
+  ASSERT_TRUE(unknown.output);
+  EXPECT_EQ(unknown.output->pixel(10, 10)[0], kUnwrittenFloat);
+  EXPECT_EQ(host().gpu().LiveWorlds(), 0u);
 }
 
 TEST_F(SmartRender, AFailedLayerCheckoutEndsThePreRender) {
