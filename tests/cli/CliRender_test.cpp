@@ -138,6 +138,8 @@ TEST(CliRender, EachInputFrameIsDecodedOnce) {
       {{"--preset", "slow-motion"}, kClipFrames, kClipFrames},
       // Output 4..8 reads back to 4 - 4 x 2 = frame -4, clamped to 0.
       {{"--set", "frames=5", "--set", "frame-offset=2", "--start", "4f", "--duration", "5f"}, 5, 9},
+      // Keyframed frames: the reach grows to 11 frames back by the end.
+      {{"--set", "frames=3@0f,12@11f"}, kClipFrames, kClipFrames},
       // A sequence runs at 25 fps: output 6..8 (0.24 s on, 0.12 s long) reads 6 - 2 = 4 to 8.
       {{"--set", "frames=3", "--start", "0:00.24", "--duration", "0.12s"}, 3, 5},
   };

@@ -128,7 +128,22 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
   PipelineResult result;
   const dshost::MediaInfo& info = source.info;
   const int64_t lastInput = info.frameCount - 1;
-  const FrameWindow window = WindowOf(session.Parameter(kFramesDiskId), session.Parameter(kFrameOffsetDiskId));
+  // Keyframed frames or frame offset change the reach over time: the widest
+  // window over the frames rendered serves them all.
+  FrameWindow window = WindowOf(session.Parameter(kFramesDiskId), session.Parameter(kFrameOffsetDiskId));
+  const dshost::ParameterStore& store = session.host().parameters();
+  if (store.KeyframeCount(store.IndexOf(kFramesDiskId)) > 0 ||
+      store.KeyframeCount(store.IndexOf(kFrameOffsetDiskId)) > 0) {
+    for (int64_t t = options.firstFrame; t < options.endFrame; ++t) {
+      const auto time = static_cast<A_long>(t * info.frameRate.den);
+      const auto scale = static_cast<A_u_long>(info.frameRate.num);
+      const FrameWindow at = WindowOf(store.ValueById(kFramesDiskId, time, scale),
+                                      store.ValueById(kFrameOffsetDiskId, time, scale));
+      window.back = std::max(window.back, at.back);
+      window.ahead = std::max(window.ahead, at.ahead);
+      window.frames = std::max(window.frames, at.frames);
+    }
+  }
   const auto minNeeded = [&](int64_t t) { return std::clamp<int64_t>(t - window.back, 0, lastInput); };
   const auto maxNeeded = [&](int64_t t) { return std::clamp<int64_t>(t + window.ahead, 0, lastInput); };
   const int64_t firstInput = minNeeded(options.firstFrame);
