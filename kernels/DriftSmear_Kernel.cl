@@ -207,18 +207,18 @@ GF_DEVICE_FUNCTION float4 FadeMotion(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ
                      debugView ? 1.0f : color.w);
 }
 
-GF_KERNEL_FUNCTION(MainKernel,
-                   (GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT inPre, GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT inCur,
-                    GF_PTR(float4) GF_BUFFER_RESTRICT outDst, GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params,
-                    int inPrePitch, int inCurPitch, int inDstPitch, int in16f, unsigned int inWidth,
-                    unsigned int inHeight),
-                   (inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, in16f, inWidth, inHeight)) {
-  // Work-items beyond the frame compute on the last pixel and write nothing:
-  // every read stays inside the frame and only the store is conditional.
-  // (The host never launches a pass over an empty frame.)
+// One output pixel of MainKernel. Work-items beyond the frame compute on
+// pixel (0, 0) and write nothing: every read stays inside the frame and only
+// the store is conditional. (The host never launches a pass over an empty
+// frame.)
+GF_DEVICE_FUNCTION void mainPixel(GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT inPre,
+                                  GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT inCur,
+                                  GF_PTR(float4) GF_BUFFER_RESTRICT outDst,
+                                  GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params, int inPrePitch, int inCurPitch,
+                                  int inDstPitch, bool is16Bit, unsigned int inWidth, unsigned int inHeight,
+                                  uint2 inXY) {
   const bool inside = inXY.x < inWidth && inXY.y < inHeight;
   const uint2 xy = make_uint2(inside ? inXY.x : 0u, inside ? inXY.y : 0u);
-  const bool is16Bit = !!in16f;
 
   const float2 flow = getFlow(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, xy);
   const float4 color = FadeMotion(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, xy, flow);
@@ -236,6 +236,15 @@ GF_KERNEL_FUNCTION(MainKernel,
   if (inside) {
     WriteFloat4(float4ToHalf4(written), outDst, (int)xy.y * inDstPitch + (int)xy.x, is16Bit);
   }
+}
+
+GF_KERNEL_FUNCTION(MainKernel,
+                   (GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT inPre, GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT inCur,
+                    GF_PTR(float4) GF_BUFFER_RESTRICT outDst, GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params,
+                    int inPrePitch, int inCurPitch, int inDstPitch, int in16f, unsigned int inWidth,
+                    unsigned int inHeight),
+                   (inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, in16f, inWidth, inHeight)) {
+  mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, !!in16f, inWidth, inHeight, inXY);
 }
 
 // Copies inSrc into outDst with the source's (0, 0) at (inOffsetX, inOffsetY),

@@ -1,18 +1,32 @@
 #include "kernels/KernelCpu.h"
 
 namespace driftsmear::kernel {
+namespace {
+
+template <int Format>
+void MainKernelRows(const float4* inPre, const float4* inCur, float4* outDst, const KernelData& record,
+                    int inPrePitch, int inCurPitch, int inDstPitch, unsigned int inWidth, unsigned int inHeight) {
+  for (unsigned int y = 0; y < inHeight; ++y) {
+    for (unsigned int x = 0; x < inWidth; ++x) {
+      MainKernel_Delegate(inPre, inCur, outDst, &record, inPrePitch, inCurPitch, inDstPitch, Format, inWidth,
+                          inHeight, make_uint2(x, y));
+    }
+  }
+}
+
+}  // namespace
 
 void RunMainKernelCpu(const float4* inPre, const float4* inCur, float4* outDst, const KernelData* params,
                       int inPrePitch, int inCurPitch, int inDstPitch, int in16f, unsigned int inWidth,
                       unsigned int inHeight) {
   // A local copy of the record: the compiler then knows that no pixel write
-  // changes it and computes its per-pass values once, outside the loop.
+  // changes it and computes its per-pass values once, outside the loop. One
+  // loop per pixel format, so that the format is a constant inside it.
   const KernelData record = *params;
-  for (unsigned int y = 0; y < inHeight; ++y) {
-    for (unsigned int x = 0; x < inWidth; ++x) {
-      MainKernel_Delegate(inPre, inCur, outDst, &record, inPrePitch, inCurPitch, inDstPitch, in16f, inWidth, inHeight,
-                          make_uint2(x, y));
-    }
+  if (in16f != 0) {
+    MainKernelRows<1>(inPre, inCur, outDst, record, inPrePitch, inCurPitch, inDstPitch, inWidth, inHeight);
+  } else {
+    MainKernelRows<0>(inPre, inCur, outDst, record, inPrePitch, inCurPitch, inDstPitch, inWidth, inHeight);
   }
 }
 
