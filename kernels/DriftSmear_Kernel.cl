@@ -37,7 +37,10 @@ GF_NAMESPACE_BEGIN
 // should an optimiser that assumes finite math let one through.
 GF_DEVICE_FUNCTION int getTextureIndex(float u, float v, unsigned int width, unsigned int height, int pitch) {
 #if GF_DEVICE_TARGET_OPENCL
-  const bool outside = u < 0.0f || u >= 1.0f || v < 0.0f || v >= 1.0f || isNaN(u) || isNaN(v);
+  // On the bits, which relaxed math cannot reorder: [+0, 1) are exactly the
+  // patterns below that of 1.0 (a -0 counts as outside here and clamps to the
+  // same pixel).
+  const bool outside = (as_uint(u) >= 0x3F800000u) | (as_uint(v) >= 0x3F800000u);
 #else
   // IEEE comparisons: a NaN fails them all.
   const bool outside = !(u >= 0.0f && u < 1.0f && v >= 0.0f && v < 1.0f);
