@@ -87,6 +87,16 @@ TEST_F(SmartRender, EarlierFramesAreCheckedOutFrameOffsetTimeStepsBack) {
   }
 }
 
+TEST_F(SmartRender, NoMoreFramesThanTheRecordHasOriginsFor) {
+  // A project can hold more frames than the slider offers; the record has
+  // origins for 50.
+  host().parameters().SetValueById(kDiskFrames, 80);
+  const auto result = ae_->Render(clip_, 100);
+  EXPECT_EQ(result.render, PF_Err_NONE);
+  EXPECT_EQ(result.log.layerCheckouts.size(), 50u);
+  EXPECT_EQ(result.log.outstandingPixels, 0u);
+}
+
 TEST_F(SmartRender, PreRenderDeclaresTheFullDownsampledFrame) {
   auto result = ae_->Render(clip_, 100);
   ASSERT_EQ(result.preRender, PF_Err_NONE);
