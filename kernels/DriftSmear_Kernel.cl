@@ -42,8 +42,11 @@ GF_DEVICE_FUNCTION int getTextureIndex(float u, float v, unsigned int width, uns
   // same pixel).
   const bool outside = (as_uint(u) >= 0x3F800000u) | (as_uint(v) >= 0x3F800000u);
 #else
-  // IEEE comparisons: a NaN fails them all.
-  const bool outside = !(u >= 0.0f && u < 1.0f && v >= 0.0f && v < 1.0f);
+  // On the bits, without branches: [+0, 1) are the patterns below that of
+  // 1.0, and -0 is inside too; a NaN is outside.
+  const unsigned int bu = as_uint(u);
+  const unsigned int bv = as_uint(v);
+  const bool outside = !(((bu < 0x3F800000u) | (bu == 0x80000000u)) & ((bv < 0x3F800000u) | (bv == 0x80000000u)));
 #endif
   const float clampedU = clampNum(u, 0.0f, 1.0f - 1.0f / (float)width);
   const float clampedV = clampNum(v, 0.0f, 1.0f - 1.0f / (float)height);
