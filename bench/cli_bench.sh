@@ -7,6 +7,7 @@
 #
 #   DRIFTSMEAR   the program (default build/tools/driftsmear/driftsmear)
 #   CLIP_SECONDS length of the generated 30 fps clip (default 5)
+#   CLIP_SIZE    its size (default 1920x1080)
 #   DEVICE       --device index (default: the program's own choice)
 #   HOST         ae (default) or premiere
 set -euo pipefail
@@ -20,7 +21,7 @@ trap 'rm -rf "$work"' EXIT
 now() { date +%s.%N; }
 rate() { awk -v n="$1" -v a="$2" -v b="$3" 'BEGIN { printf "%.3f", n / (b - a) }'; }
 
-ffmpeg -nostdin -loglevel error -f lavfi -i "testsrc2=size=1920x1080:rate=30:duration=$seconds" \
+ffmpeg -nostdin -loglevel error -f lavfi -i "testsrc2=size=${CLIP_SIZE:-1920x1080}:rate=30:duration=$seconds" \
   -c:v libx264 -preset veryfast -pix_fmt yuv420p "$work/in.mp4"
 
 start=$(now)
@@ -35,7 +36,7 @@ whole=$(rate "$frames" "$start" "$(now)")
 render=$(sed -n 's/.* fps=\([0-9.]*\).*/\1/p' <<<"$stats")
 device=$("$driftsmear" info | awk '/\[default\]/ { sub(/^ *[0-9]+ +/, ""); sub(/ *\[default\]$/, ""); print }')
 
-echo "clip: 1920x1080, $frames frames at 30 fps (testsrc2, H.264); frames=10; host ${HOST:-ae}"
+echo "clip: ${CLIP_SIZE:-1920x1080}, $frames frames at 30 fps (testsrc2, H.264); frames=10; host ${HOST:-ae}"
 echo "device: ${DEVICE:+device $DEVICE, default is }$device"
 echo "cores: $(nproc)"
 echo "$stats"

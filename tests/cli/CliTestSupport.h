@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "common/RequireDevice.h"
 #include "host/media/Image.h"
 #include "host/media/MediaInfo.h"
 #include "host/media/MediaReader.h"
@@ -100,12 +101,12 @@ bool HaveDevice(std::string* reason);
 
 }  // namespace clitest
 
-#define CLI_REQUIRE_DEVICE()                                  \
-  do {                                                        \
-    std::string cliDeviceReason;                              \
-    if (!::clitest::HaveDevice(&cliDeviceReason)) {           \
-      GTEST_SKIP() << cliDeviceReason;                        \
-    }                                                         \
+#define CLI_REQUIRE_DEVICE()                                \
+  do {                                                      \
+    std::string cliDeviceReason;                            \
+    if (!::clitest::HaveDevice(&cliDeviceReason)) {         \
+      DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << cliDeviceReason; \
+    }                                                       \
   } while (0)
 
 #define CLI_REQUIRE_FFMPEG()                                                          \

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "common/RequireDevice.h"
 #include "common/TestSupport.h"
 #include "host/EffectHost.h"
 #include "host/FrameSource.h"
@@ -53,7 +54,7 @@ std::optional<uint32_t> Resolve(const DeviceParam& param, std::string* reason);
   std::string indexVar##Reason;                                                             \
   const std::optional<uint32_t> indexVar##Found = ::e2e::Resolve(param, &indexVar##Reason); \
   if (!indexVar##Found) {                                                                   \
-    GTEST_SKIP() << param.Name() << " skipped: " << indexVar##Reason;                       \
+    DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << param.Name() << " skipped: " << indexVar##Reason;\
   }                                                                                         \
   const uint32_t indexVar = *indexVar##Found
 

@@ -21,7 +21,7 @@ class KernelProgramTest : public ::testing::Test {
     std::string reason;
     const dshost::GpuDeviceDesc* desc = dshost::FirstGpuDevice(dshost::GpuApi::OpenCL, &reason);
     if (desc == nullptr) {
-      GTEST_SKIP() << "OpenCL skipped: " << reason;
+      DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << "OpenCL skipped: " << reason;
     }
     device_ = dshost::GpuDevice::Open(*desc);
   }

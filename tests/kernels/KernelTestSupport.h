@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "common/RequireDevice.h"
 #include "host/gpu/OpenCLProgram.h"
 #include "kernels/KernelCpu.h"
 
@@ -72,7 +73,7 @@ KernelBackend* GetBackend(Backend backend, std::string& reason);
   ::driftsmear::testing::KernelBackend* var =                                        \
       ::driftsmear::testing::GetBackend(backend, var##Reason);                       \
   if (var == nullptr) {                                                              \
-    GTEST_SKIP() << ::driftsmear::testing::BackendName(backend) << " skipped: " << var##Reason; \
+    DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << ::driftsmear::testing::BackendName(backend) << " skipped: " << var##Reason; \
   }
 
 // The kernel program as the device layer builds it (the 16-bit switch as its
@@ -91,7 +92,7 @@ class BackendTest : public ::testing::TestWithParam<Param> {
     std::string reason;
     backend_ = GetBackend(backendKind_, reason);
     if (backend_ == nullptr) {
-      GTEST_SKIP() << BackendName(backendKind_) << " skipped: " << reason;
+      DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << BackendName(backendKind_) << " skipped: " << reason;
     }
   }
   Backend backendKind_;

@@ -88,7 +88,7 @@ TEST_F(HostAgreement, WithSixtyFourBitAnglesTheOffsetReachesTheKernelsInDegrees)
 TEST(HostAgreementOnCuda, PremiereOnCudaMatchesOpenCL) {
   std::string reason;
   const dshost::GpuDeviceDesc* cuda = dshost::FirstGpuDevice(dshost::GpuApi::Cuda, &reason);
-  if (cuda == nullptr) GTEST_SKIP() << "no NVIDIA GPU with CUDA, the CUDA variant cannot run: " << reason;
+  if (cuda == nullptr) DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << "no NVIDIA GPU with CUDA, the CUDA variant cannot run: " << reason;
   SKIP_WITHOUT_OPENCL();
   const InMemoryClip clip = MovingClip(96, 64, 12);
   testsupport::ScopedTempDir temp;

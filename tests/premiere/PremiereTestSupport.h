@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "common/RequireDevice.h"
 #include "common/TestSupport.h"
 #include "host/FrameSource.h"
 #include "host/RenderSession.h"
@@ -27,7 +28,7 @@ inline const dshost::GpuDeviceDesc* OpenCLDevice(std::string* reason) {
   do {                                                                                  \
     std::string skipReason;                                                             \
     if (premieretest::OpenCLDevice(&skipReason) == nullptr) {                           \
-      GTEST_SKIP() << "no OpenCL device, the GPU filter cannot run: " << skipReason;    \
+      DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << "no OpenCL device, the GPU filter cannot run: " << skipReason;\
     }                                                                                   \
   } while (0)
 

@@ -20,6 +20,7 @@
 #include <cuda_runtime_api.h>
 #endif
 
+#include "common/RequireDevice.h"
 #include "common/TestSupport.h"
 #include "host/gpu/GpuDevice.h"
 #include "support/LogsController.h"
@@ -152,7 +153,7 @@ TEST(GPURender, CudaWithoutADeviceReportsTheRuntimeError) {
             PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(LinesContaining(log.Lines(), ":GPURender] :: CUDA Assert: ").size(), 1u);
 #else
-  GTEST_SKIP() << "CUDA skipped: this build has no CUDA support";
+  DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << "CUDA skipped: this build has no CUDA support";
 #endif
 }
 
@@ -161,7 +162,7 @@ TEST(GPURender, AFailedCudaPassDoesNotFailTheNextOne) {
   std::string reason;
   const dshost::GpuDeviceDesc* desc = dshost::FirstGpuDevice(GpuApi::Cuda, &reason);
   if (desc == nullptr) {
-    GTEST_SKIP() << "CUDA skipped: " << reason;
+    DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << "CUDA skipped: " << reason;
   }
   auto device = GpuDevice::Open(*desc);
   LayerLog log;
@@ -181,7 +182,7 @@ TEST(GPURender, AFailedCudaPassDoesNotFailTheNextOne) {
   EXPECT_EQ(render(16), PF_Err_NONE);
   EXPECT_EQ(LinesContaining(log.Lines(), ":GPURender] :: CUDA Assert: ").size(), 1u);
 #else
-  GTEST_SKIP() << "CUDA skipped: this build has no CUDA support";
+  DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << "CUDA skipped: this build has no CUDA support";
 #endif
 }
 
@@ -199,7 +200,7 @@ class DeviceLayer : public ::testing::Test {
     std::string reason;
     const dshost::GpuDeviceDesc* desc = dshost::FirstGpuDevice(GpuApi::OpenCL, &reason);
     if (desc == nullptr) {
-      GTEST_SKIP() << "OpenCL skipped: " << reason;
+      DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << "OpenCL skipped: " << reason;
     }
     device_ = GpuDevice::Open(*desc);
     info_ = device_->Info();

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "common/RequireDevice.h"
 #include "host/FrameSource.h"
 #include "host/HostError.h"
 #include "host/HostRuntime.h"
@@ -23,7 +24,7 @@ class HostWorlds : public ::testing::Test {
     std::string reason;
     const dshost::GpuDeviceDesc* desc = dshost::FirstGpuDevice(GpuApi::OpenCL, &reason);
     if (desc == nullptr) {
-      GTEST_SKIP() << "OpenCL skipped: " << reason;
+      DRIFTSMEAR_SKIP_WITHOUT_DEVICE() << "OpenCL skipped: " << reason;
     }
     index_ = desc->index;
     gpu_.OpenDevice(index_);
