@@ -10,6 +10,7 @@ packages=(
   libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg
   frei0r-plugins-dev melt
   libgtest-dev libbenchmark-dev
+  time valgrind
 )
 if [[ "${DRIFTSMEAR_WINDOWS:-1}" == 1 ]]; then
   packages+=(g++-mingw-w64-x86-64-posix mingw-w64-tools)

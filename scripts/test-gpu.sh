@@ -35,7 +35,7 @@ command -v nvcc >/dev/null || fail "nvcc not found (expected in /usr/local/cuda/
 say "nvcc: $(nvcc --version | tail -1)"
 
 section "Dependencies"
-DRIFTSMEAR_WINDOWS=0 record bash scripts/install-deps.sh || fail "scripts/install-deps.sh"
+record env DRIFTSMEAR_WINDOWS=0 bash scripts/install-deps.sh || fail "scripts/install-deps.sh"
 # NVIDIA's OpenCL: the driver ships the library; the loader needs its ICD file.
 if ! grep -qs . /etc/OpenCL/vendors/nvidia.icd; then
   lib=$(ldconfig -p | awk '/libnvidia-opencl\.so\.1/ { print $NF; exit }')
@@ -82,7 +82,11 @@ for size in 1920x1080 3840x2160; do
   bench env DRIFTSMEAR="$build/tools/driftsmear/driftsmear" CLIP_SECONDS=5 CLIP_SIZE="$size" DEVICE="$cuda" \
     bash bench/cli_bench.sh
 done
-# The table of docs/performance.md, measured here (CUDA device, then the default).
+for script in bench/threads_bench.sh bench/kernel_instructions.sh; do
+  [[ -f "$script" ]] && bench env DRIFTSMEAR="$build/tools/driftsmear/driftsmear" BUILD="$build" DEVICE="$cuda" \
+    bash "$script"
+done
+# The table of docs/performance.md, measured here on the CUDA device.
 bench env BUILD="$build" RUN_DEVICE="$cuda" OUT="$build/performance-table.md" bash bench/run.sh
 
 section "Result"
