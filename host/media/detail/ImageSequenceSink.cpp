@@ -66,6 +66,7 @@ class ImageSequenceSink final : public OutputSink {
 #else
     writeWithStb(image, part);
 #endif
+    part.closeHandle();
     if (!publishFile(part.path(), file, options_.overwrite)) {
       throw MediaError(MediaErrc::OutputExists,
                        file.string() + " appeared while rendering (another render?); stopped before replacing it");

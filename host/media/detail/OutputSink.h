@@ -51,9 +51,11 @@ class TemporaryFile {
   void publish(bool overwrite);
   // Deletes the file (nothing once published).
   void remove() noexcept;
+  // Closes this process's handle (and lock) before the file is renamed by
+  // name: Windows renames only files nobody holds open.
+  void closeHandle() noexcept;
 
  private:
-  void closeHandle() noexcept;
 
   std::filesystem::path final_;
   std::filesystem::path path_;
