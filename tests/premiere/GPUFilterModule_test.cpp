@@ -26,19 +26,6 @@ using dshost::HostApp;
 using dshost::PluginModule;
 using dshost::PremiereHost;
 
-TEST(GPUFilterRecords, AreBytePacked) {
-  EXPECT_EQ(sizeof(PrParam), 41u);
-  EXPECT_EQ(offsetof(PrParam, mFloat64), 4u);
-  EXPECT_EQ(offsetof(PrParam, mInt8), 4u);
-  EXPECT_EQ(sizeof(PrGPUFilterRenderParams), 60u);
-  EXPECT_EQ(offsetof(PrGPUFilterRenderParams, inRenderTicksPerFrame), 48u);
-  EXPECT_EQ(sizeof(PrGPUFilterFrameDependency), 56u);
-  EXPECT_EQ(offsetof(PrGPUFilterFrameDependency, outSequenceTime), 8u);
-  EXPECT_EQ(sizeof(PrGPUFilterInstance), 32u);
-  EXPECT_EQ(sizeof(PrGPUDeviceInfo), 56u);
-  EXPECT_EQ(sizeof(PrGPUFilterInfo), 20u);
-}
-
 class FilterEntry : public ::testing::Test {
  protected:
   PluginModule module_{DRIFTSMEAR_MODULE_PATH};
