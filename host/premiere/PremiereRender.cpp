@@ -100,6 +100,15 @@ ImageF RenderPremiereFrame(PremiereHost& host, uint32_t deviceIndex, const Frame
   record.params = PremiereRenderParams(clip, time, options);
   const PrGPUFilterRenderParams& params = record.params;
   record.dependencies = host.FrameDependencies(deviceIndex, params, &record.queries);
+  // The query loop ends when the filter has no further frame to ask for
+  // (suiteError_NotImplemented); any other failure is the filter's error, and
+  // a render on the frames asked for so far would show a shorter trail.
+  if (!record.queries.empty() && PrSuiteErrorFailed(record.queries.back().result) &&
+      record.queries.back().result != suiteError_NotImplemented) {
+    const prSuiteError failed = record.queries.back().result;
+    throw GpuFilterError("GetFrameDependencies", failed,
+                         "the GPU filter could not name the frames it needs (" + ResultText(failed) + ")");
+  }
 
   // Slot 0 is the frame at the render time; the dependencies follow in the
   // order the filter asked for them.

@@ -173,6 +173,28 @@ TEST_F(PremiereRender, AParameterTheHostCannotGiveFailsTheRender) {
   EXPECT_EQ(host().FilterCreatedPPix(), 0) << "nothing allocated before the parameters are read";
 }
 
+TEST_F(PremiereRender, AParameterTheHostCannotGiveDuringTheFrameQueryFailsTheRender) {
+  // The first query reads the frame count (Disk ID 6) before anything else:
+  // the render fails with the filter's error instead of running on fewer
+  // frames.
+  const InMemoryClip clip = MovingClip(64, 64, 8);
+  dshost::Faults& faults = session().host().runtime().faults();
+  const char* getParam = "MediaCore Video Segment Suite.GetParam";
+  faults.FailCall(getParam, faults.Count(getParam) + 1, suiteError_IDNotValid);
+  try {
+    session().RenderFrame(clip, clip.TimeOfFrame(6));
+    FAIL() << "the render succeeded without its frame dependencies";
+  } catch (const GpuFilterError& e) {
+    EXPECT_EQ(e.call(), "GetFrameDependencies");
+    EXPECT_EQ(e.code(), suiteError_Fail);
+  }
+  const std::string message = "Cannot read the parameter with Disk ID 6 (index " +
+                              std::to_string(FindParamIndexByDiskID(kDiskFrames) - 1) + "). Code: 0x80000005";
+  EXPECT_EQ(session_->FilterErrors("GPUDriftSmear::GetFrameDependencies", message), 1u);
+  EXPECT_EQ(host().FilterCreatedPPix(), 0) << "no render after the failed query";
+  EXPECT_NO_THROW(session().RenderFrame(clip, clip.TimeOfFrame(6)));
+}
+
 TEST_F(PremiereRender, TheInstanceHoldsItsSuitesAndReleasesThem) {
   dshost::SuiteRegistry& suites = session().host().runtime().suites();
   for (const char* name : {"MediaCore GPU Device Suite", "MediaCore GPU Image Processing Suite",
