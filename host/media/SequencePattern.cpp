@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdint>
+#include <string>
 
 #include "host/media/MediaError.h"
 
@@ -74,10 +76,21 @@ SequencePattern SequencePattern::parse(const std::filesystem::path& path) {
 }
 
 std::filesystem::path SequencePattern::fileFor(std::int64_t number) const {
-  std::string digits = std::to_string(number < 0 ? -number : number);
-  if (static_cast<int>(digits.size()) < width_) digits.insert(0, static_cast<std::size_t>(width_) - digits.size(), '0');
-  if (number < 0) digits.insert(0, "-");
-  return folder_ / (prefix_ + digits + suffix_);
+  // The name is appended piece by piece: sign, zero padding, digits. (The
+  // magnitude is taken unsigned, so the most negative number has one too.)
+  const std::uint64_t magnitude =
+      number < 0 ? std::uint64_t{0} - static_cast<std::uint64_t>(number) : static_cast<std::uint64_t>(number);
+  const std::string digits = std::to_string(magnitude);
+  const std::size_t padding =
+      static_cast<int>(digits.size()) < width_ ? static_cast<std::size_t>(width_) - digits.size() : 0;
+  std::string name;
+  name.reserve(prefix_.size() + 1 + padding + digits.size() + suffix_.size());
+  name.append(prefix_);
+  if (number < 0) name.push_back('-');
+  name.append(padding, '0');
+  name.append(digits);
+  name.append(suffix_);
+  return folder_ / name;
 }
 
 std::optional<std::int64_t> SequencePattern::numberOf(const std::string& fileName) const {

@@ -1,6 +1,8 @@
 // printf-style names of numbered files.
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 #include "host/media/SequencePattern.h"
 #include "media/MediaTestSupport.h"
 
@@ -13,6 +15,8 @@ TEST(SequencePattern, NamesFilesLikeFfmpeg) {
   EXPECT_EQ(SequencePattern::parse("%d.png").fileFor(42), std::filesystem::path("42.png"));
   EXPECT_EQ(SequencePattern::parse("%3d.png").fileFor(5), std::filesystem::path("005.png"));  // width pads with zeros
   EXPECT_EQ(SequencePattern::parse("100%%_%02d.png").fileFor(3), std::filesystem::path("100%_03.png"));
+  EXPECT_EQ(SequencePattern::parse("f_%03d.png").fileFor(-7), std::filesystem::path("f_-007.png"));
+  EXPECT_EQ(SequencePattern::parse("%d").fileFor(INT64_MIN), std::filesystem::path("-9223372036854775808"));
   EXPECT_FALSE(SequencePattern::looksLikePattern("100%%.png"));
   EXPECT_FALSE(SequencePattern::looksLikePattern("%d/frame.png"));  // the folder part does not count
   for (const char* bad : {"a%d_%d.png", "a%s%d.png", "a%.png"}) {
