@@ -28,7 +28,7 @@ jobs=${DRIFTSMEAR_JOBS:-$(nproc 2>/dev/null || echo 2)}
 mkdir -p "$build"
 prefix="$(cd "$build" && pwd)/wineprefix"
 
-configure=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DDRIFTSMEAR_CUDA=OFF -DDRIFTSMEAR_BENCH=OFF
+configure=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DDRIFTSMEAR_WERROR=ON -DDRIFTSMEAR_CUDA=OFF -DDRIFTSMEAR_BENCH=OFF
            -DDRIFTSMEAR_WINEPREFIX="$prefix")
 if [[ ! -f "$build/CMakeCache.txt" ]]; then
   # The toolchain is read only when the build folder is first configured.
