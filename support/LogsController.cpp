@@ -82,7 +82,11 @@ void WriteLog(std::string message) {
       message.pop_back();
     }
 
-    std::ofstream file(GetLoggerState().logFilePath, std::ios::out | std::ios::app);
+    // The path is UTF-8; opened through std::filesystem::path so that Windows
+    // gets its UTF-16 form rather than the ANSI code page's.
+    const char* path = GetLoggerState().logFilePath;
+    std::ofstream file(std::filesystem::path(std::u8string(reinterpret_cast<const char8_t*>(path))),
+                       std::ios::out | std::ios::app);
     if (!file.is_open()) {
       std::cerr << "Failed to open log file." << std::endl;
       return;

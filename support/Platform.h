@@ -5,6 +5,9 @@
 
 namespace platform {
 
+// Paths are UTF-8 text throughout (on Windows converted from and to the
+// system's UTF-16 forms).
+
 // The temporary directory with its trailing separator; empty when the system
 // cannot tell.
 std::string TempDirectory();

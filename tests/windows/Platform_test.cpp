@@ -1,6 +1,6 @@
 // The Windows side of the log's system services: the temporary folder from
-// GetTempPathA, backslash paths, DeleteFileA, and every log line copied to the
-// debugger with OutputDebugStringA.
+// GetTempPathW (as UTF-8), backslash paths, file deletion, and every log line
+// copied to the debugger with OutputDebugStringA.
 #include "support/Platform.h"
 
 #include <gtest/gtest.h>
@@ -22,7 +22,7 @@ std::string AsTempPath(const ScopedTempDir& temp) { return temp.path().string() 
 
 }  // namespace
 
-TEST(WindowsPlatform, TempDirectoryIsWhatGetTempPathAReports) {
+TEST(WindowsPlatform, TempDirectoryIsWhatTheSystemReports) {
   ScopedTempDir temp;
   EXPECT_EQ(platform::TempDirectory(), wintest::SystemTempPath());
   EXPECT_EQ(platform::TempDirectory(), AsTempPath(temp));
@@ -85,4 +85,54 @@ TEST(WindowsLog, EveryLineAlsoGoesToTheDebugger) {
   ASSERT_EQ(texts.size(), 2u);
   EXPECT_EQ(texts[0], "KQR :: one\n");
   EXPECT_EQ(texts[1], "KQR :: two\n");
+}
+
+namespace {
+
+// Points TMP at a folder whose name is outside every ANSI code page while it
+// lives; GetTempPathW reads TMP first.
+class NonAsciiTempFolder {
+ public:
+  NonAsciiTempFolder() : folder_(temp_.path() / std::filesystem::path(L"Temp \u00c9t\u00e9 \u65e5\u672c \u0416")) {
+    std::filesystem::create_directories(folder_);
+    const DWORD size = GetEnvironmentVariableW(L"TMP", nullptr, 0);
+    if (size > 0) {
+      previous_.resize(size);
+      previous_.resize(GetEnvironmentVariableW(L"TMP", previous_.data(), size));
+      hadPrevious_ = true;
+    }
+    SetEnvironmentVariableW(L"TMP", folder_.wstring().c_str());
+  }
+  ~NonAsciiTempFolder() { SetEnvironmentVariableW(L"TMP", hadPrevious_ ? previous_.c_str() : nullptr); }
+  NonAsciiTempFolder(const NonAsciiTempFolder&) = delete;
+  NonAsciiTempFolder& operator=(const NonAsciiTempFolder&) = delete;
+
+  const std::filesystem::path& folder() const { return folder_; }
+
+ private:
+  ScopedTempDir temp_;
+  std::filesystem::path folder_;
+  std::wstring previous_;
+  bool hadPrevious_ = false;
+};
+
+}  // namespace
+
+TEST(WindowsLog, WorksUnderANonAsciiTemporaryFolder) {
+  NonAsciiTempFolder temp;
+  const std::u8string folder = temp.folder().u8string();
+  EXPECT_EQ(platform::TempDirectory(), std::string(folder.begin(), folder.end()) + "\\");
+
+  ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), "");
+  WriteLog("Welcome!");
+  const std::filesystem::path file = temp.folder() / "Quarnbrook Graphics" / "com.qrn.driftsmear.log";
+  std::ifstream in(file);
+  std::string line;
+  ASSERT_TRUE(std::getline(in, line)) << "nothing written under the non-ASCII folder";
+  EXPECT_EQ(line.substr(20), "KQR :: Welcome!");
+  in.close();
+
+  // The next run's init deletes the file by the same path.
+  ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), "");
+  EXPECT_FALSE(std::filesystem::exists(file));
 }
