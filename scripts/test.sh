@@ -13,10 +13,12 @@ cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DDRIFTSMEAR_W
 cmake --build "$build" -j "$jobs"
 ctest --test-dir "$build" --output-on-failure -j "$jobs"
 
-# The Release build (-O3, where GCC warns differently) builds and passes the
-# same tests. DRIFTSMEAR_RELEASE=0 skips it.
+# The Release build (-O3) builds and passes the same tests, as a user builds
+# it: warnings stay warnings there, because GCC 12 at -O3 reports -Wrestrict
+# false positives inside libstdc++'s string concatenation.
+# DRIFTSMEAR_RELEASE=0 skips it.
 if [[ "${DRIFTSMEAR_RELEASE:-1}" == 1 ]]; then
-  cmake --preset release -DDRIFTSMEAR_WERROR=ON
+  cmake --preset release
   cmake --build --preset release -j "$jobs"
   ctest --preset release -j "$jobs"
 fi
