@@ -93,7 +93,7 @@ TEST(CliErrors, EachMistakeHasItsMessageAndExitCodeAndWritesNothing) {
     EXPECT_EQ(result.exitCode, c.exitCode) << c.name << "\n" << result.Describe();
     const std::string line = ErrorLine(result);
     EXPECT_NE(line.find(c.message), std::string::npos) << c.name << ": " << result.err;
-    EXPECT_EQ(result.err.find("driftsmear: error: ", result.err.find('\n')), std::string::npos)
+    EXPECT_EQ(result.err.find("driftsmear: error: ", result.err.find("driftsmear: error: ") + 1), std::string::npos)
         << c.name << ": one error line\n"
         << result.err;
     EXPECT_EQ(dir.Listing(), before) << c.name << ": nothing written";
