@@ -653,7 +653,15 @@ PF_Err GPURender(GPUFramework framework, const KernelList* list, void* device, v
       DRIFTSMEAR_LOG_ERROR("GPURender", "Kernel data or sizes are missing");
       return kFailure;
     }
-    const bool resizePass = resizeSizes->offsetX != 0 || resizeSizes->offsetY != 0;
+    // A non-zero offset places the frame with a resize pass. A frame at offset
+    // zero that is not exactly the render's size and pitch is placed too: the
+    // main kernel reads its current frame over the render's width and height
+    // with the render's pitch, so such a frame (one pixel narrower or shorter,
+    // say) would be read past its end. Placed, each of its pixels shows where
+    // it would have been read, and the rest of the render is transparent black.
+    const bool resizePass = resizeSizes->offsetX != 0 || resizeSizes->offsetY != 0 ||
+                            resizeSizes->inWidth != mainSizes->width || resizeSizes->inHeight != mainSizes->height ||
+                            resizeSizes->srcPitch != mainSizes->curPitch;
 
     switch (framework) {
       case GPUFramework_CUDA:

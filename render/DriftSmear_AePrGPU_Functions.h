@@ -64,8 +64,9 @@ struct MainKernelSizes {
   int32_t height;
 };
 
-// The scalar arguments of ResizeKernel. A non-zero offset switches the resize
-// pass on.
+// The scalar arguments of ResizeKernel. A non-zero offset, or a source that
+// differs from the main kernel's destination in size or pitch, switches the
+// resize pass on.
 struct ResizeKernelSizes {
   int32_t srcPitch;
   int32_t dstPitch;
@@ -101,7 +102,7 @@ PF_Err InitializeOpenCLWithText(KernelList* list, cl_device_id device, cl_contex
 
 // Uploads the record and runs the kernels for one pass. The five buffers are
 // the host's device memory (device pointers on CUDA, cl_mem on OpenCL); when
-// resizeSizes carries a non-zero offset, ResizeKernel first places curFrame
+// resizeSizes calls for a resize pass, ResizeKernel first places curFrame
 // into `intermediate` and MainKernel reads it from there. OpenCL does not wait
 // for the queue; CUDA synchronises after each launch.
 PF_Err GPURender(GPUFramework framework, const KernelList* list, void* device, void* context, void* queue,

@@ -65,7 +65,9 @@ TEST_F(FilterEntry, AnInstanceWithoutSuitesIsRefused) {
   // the instance instead of using null suites, and the module frees it.
   PrGPUFilterInstance instance{};
   EXPECT_EQ(filter.CreateInstance(&instance), suiteError_InvalidParms);
-  EXPECT_EQ(instance.ioPrivatePluginData, nullptr);
+  // The record is byte-packed: the pointer is compared by value, never bound
+  // to a reference at its unaligned offset.
+  EXPECT_EQ(static_cast<void*>(instance.ioPrivatePluginData), nullptr);
   EXPECT_EQ(filter.DisposeInstance(&instance), suiteError_NoError);
 }
 

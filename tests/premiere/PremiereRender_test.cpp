@@ -88,6 +88,24 @@ TEST_F(PremiereRender, SmallerAndLargerFramesAreCentred) {
   EXPECT_EQ(session().lastPremiereRender().leftoverPPix, 0u);
 }
 
+TEST_F(PremiereRender, AFrameOnePixelSmallerIsPlacedAtTheCorner) {
+  // 63 x 63 frames centre at offset zero: read with the render's pitch over
+  // 64 x 64 they would be read past their end. Placed, they match the same
+  // frames padded to 64 x 64 with transparent black.
+  InMemoryClip smaller(64, 64, 1, 25);
+  InMemoryClip placed(64, 64, 1, 25);
+  for (int i = 0; i < 12; ++i) {
+    ImageF frame = SceneFrame(i, 64, 64, 63, 63);
+    placed.AddFrame(Centred(frame, 64, 64));
+    smaller.AddFrame(std::move(frame));
+  }
+  const ImageF fromSmaller = session().RenderFrame(smaller, smaller.TimeOfFrame(9));
+  const ImageF fromPlaced = session().RenderFrame(placed, placed.TimeOfFrame(9));
+
+  EXPECT_TRUE(AllInUnitRange(fromSmaller));
+  EXPECT_LE(MaxDifference(fromSmaller, fromPlaced), 1e-6f);
+}
+
 TEST_F(PremiereRender, HalfFramesUseTheEightBytePitch) {
   // Rows of half-float frames are 8 bytes a pixel: a pitch taken as 16 would
   // read every row from the wrong place.
