@@ -12,6 +12,10 @@
 #            do not depend on the size, and callgrind is slow)
 #   PASSES   passes counted (default 1)
 #
+# Valgrind reports a CPU without AVX-512, so the PoCL count is that of the
+# kernel compiled for pthread-haswell (PoCL compiles it again under
+# callgrind), while the vectoriser verdict is that of the native device.
+#
 # PoCL's kernel cache goes to a fresh temporary directory, so the program is
 # built (and its vectoriser remarks printed) on every run; only the code of
 # MainKernel's work-group function is counted.

@@ -39,19 +39,29 @@ GF_DEVICE_FUNCTION int getTextureIndex(float u, float v, unsigned int width, uns
 #if GF_DEVICE_TARGET_OPENCL
   // On the bits, which relaxed math cannot reorder: [+0, 1) are exactly the
   // patterns below that of 1.0 (a -0 counts as outside here and clamps to the
-  // same pixel).
-  const bool outside = (as_uint(u) >= 0x3F800000u) | (as_uint(v) >= 0x3F800000u);
+  // same pixel). The two axes are deliberately computed differently (v is
+  // clamped on its bits: NaN and negative patterns, -0 included, give 0, and
+  // everything from the upper bound up gives the bound, as clampNum does):
+  // a CPU device's pairing vectoriser would otherwise pack u and v into
+  // two-wide vectors, which keep its work-item loop from being vectorised.
+  const bool outside = max(as_uint(u), as_uint(v)) >= 0x3F800000u;
+  const float clampedU = clampNum(u, 0.0f, 1.0f - 1.0f / (float)width);
+  const float highV = 1.0f - 1.0f / (float)height;
+  const unsigned int bv = as_uint(v);
+  const float clampedV = bv > 0x7F800000u ? 0.0f : bv >= as_uint(highV) ? highV : v;
+  u = outside ? clampedU : u;
+  v = outside ? clampedV : v;
 #else
   // On the bits, without branches: [+0, 1) are the patterns below that of
   // 1.0, and -0 is inside too; a NaN is outside.
   const unsigned int bu = as_uint(u);
   const unsigned int bv = as_uint(v);
   const bool outside = !(((bu < 0x3F800000u) | (bu == 0x80000000u)) & ((bv < 0x3F800000u) | (bv == 0x80000000u)));
-#endif
   const float clampedU = clampNum(u, 0.0f, 1.0f - 1.0f / (float)width);
   const float clampedV = clampNum(v, 0.0f, 1.0f - 1.0f / (float)height);
   u = outside ? clampedU : u;
   v = outside ? clampedV : v;
+#endif
   // The coordinates are non-negative here, so converting through int
   // truncates exactly as an unsigned conversion would.
   const int px = clampInt((int)(u * (float)width), 0, (int)width - 1);
