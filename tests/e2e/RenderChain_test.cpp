@@ -89,9 +89,10 @@ TEST_P(RenderChain, FiveFramesTwoFramesApartMatchTheCppBuild) {
 
 TEST_P(RenderChain, FrameOriginsPlaceFramesThroughTheResizePass) {
   E2E_REQUIRE_DEVICE(GetParam(), index);
-  // The current frame fills the output; the earlier ones are smaller and sit
-  // at their layer origins, which switches the resize pass on for them.
-  const std::vector<DotFrame> frames{{48, 8, 16}, {40, 16, 8}, {64, 0, 0}, {56, 8, 0}, {64, 0, 0}};
+  // Frames smaller than the output sit at their layer origins, which
+  // switches the resize pass on for them; the current frame's origin comes
+  // from its own checkout.
+  const std::vector<DotFrame> frames{{48, 8, 16}, {40, 16, 8}, {64, 0, 0}, {56, 8, 0}, {56, 8, 8}};
   const InMemoryClip clip = DotClip(64, frames, 5);
   Settings settings;
   settings.frames = 4;

@@ -108,6 +108,15 @@ TEST_F(SmartRender, PreRenderDeclaresTheFullDownsampledFrame) {
   EXPECT_NE(output.pre_render_data, nullptr);
   EXPECT_NE(output.delete_pre_render_data_func, nullptr);
 
+  // A time past the layer's end gives an empty maximum rectangle: the effect
+  // declares only what that checkout gave, nothing.
+  InMemoryClip ended = clip_;
+  ended.SetOutside(InMemoryClip::Outside::NoWorld);
+  result = ae_->Render(ended, 1000);
+  EXPECT_EQ(result.preRender, PF_Err_NONE);
+  EXPECT_EQ(result.log.preRenderOutput.result_rect.right, 0);
+  EXPECT_EQ(result.log.preRenderOutput.max_result_rect.right, 0);
+
   // Half resolution of an odd width rounds up.
   ae_->beforeRender = [](PF_InData& in) {
     in.width = 65;

@@ -2,7 +2,9 @@
 // the values served by our host.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstddef>
 #include <cstring>
 #include <numbers>
@@ -116,6 +118,21 @@ TEST_F(KernelDataFillTest, HandPickedValues) {
   EXPECT_EQ(data_.trailIntensity, 250.0f);
   EXPECT_EQ(data_.showDebugData, 4);
   EXPECT_FALSE(data_.isPremult);
+}
+
+TEST_F(KernelDataFillTest, TheMotionAngleIsConvertedInDoubleThenTakenInSinglePrecisionTrig) {
+  // At 141 degrees, radians taken in float arithmetic, or cos and sin taken in
+  // double, give other bits.
+  store().SetValueById(kDiskMotionAngle, 141.0);
+  ASSERT_EQ(Fill(), PF_Err_NONE);
+  const float radians = Radians(141.0);
+  const float expectedX = static_cast<float>(static_cast<double>(std::cos(radians)) * 0.1);
+  const float expectedY = static_cast<float>(static_cast<double>(std::sin(radians)) * 0.1);
+  EXPECT_EQ(std::bit_cast<uint32_t>(data_.offsetX), std::bit_cast<uint32_t>(expectedX));
+  EXPECT_EQ(std::bit_cast<uint32_t>(data_.offsetY), std::bit_cast<uint32_t>(expectedY));
+  const float floatRadians = 141.0f * 65536.0f * 1.52587890625e-05f * std::numbers::pi_v<float> / 180.0f;
+  EXPECT_NE(static_cast<float>(static_cast<double>(std::cos(floatRadians)) * 0.1), expectedX);
+  EXPECT_NE(static_cast<float>(std::cos(static_cast<double>(radians)) * 0.1), expectedX);
 }
 
 TEST_F(KernelDataFillTest, FailedFirstCheckoutStillWritesTheOffsets) {

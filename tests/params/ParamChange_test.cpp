@@ -121,6 +121,13 @@ TEST_F(PresetTest, HostFailuresComeBackAsErrors) {
   after[23] = before.at(23);
   EXPECT_EQ(after, before);
 
+  // The preset is applied, but a failed release of the effect reference is
+  // still the command's answer.
+  FailNext("AEGP Effect Suite.AEGP_DisposeEffect", 1, A_Err_GENERIC);
+  EXPECT_EQ(Choose(5), A_Err_GENERIC);
+  EXPECT_EQ(Value(6), 12.0);
+  EXPECT_EQ(Value(23), 1.0);
+
   host().runtime().suites().Withhold("AEGP PF Interface Suite");
   EXPECT_EQ(Choose(5), A_Err_MISSING_SUITE);
   EXPECT_STREQ(host().out_data().return_msg, "Not able to acquire AEFX Suite.");

@@ -3,8 +3,10 @@
 // parameter values and tick rate our host serves.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <numbers>
@@ -150,6 +152,15 @@ TEST_F(PremiereConversions, AnglesPopupsAndCheckbox) {
   EXPECT_FALSE(turned.isPremult);
   EXPECT_NEAR(turned.offsetX, -0.1f, 1e-6f);
   EXPECT_NEAR(turned.offsetY, 0.0f, 1e-6f);
+
+  // At 141 degrees radians taken in float arithmetic give other bits.
+  motionAngle = 141.0f;
+  const KernelData slanted = Fill();
+  const float radians = static_cast<float>(141.0 * std::numbers::pi / 180.0);
+  EXPECT_EQ(std::bit_cast<uint32_t>(slanted.offsetX), std::bit_cast<uint32_t>(std::cos(radians) * 0.1f));
+  EXPECT_EQ(std::bit_cast<uint32_t>(slanted.offsetY), std::bit_cast<uint32_t>(std::sin(radians) * 0.1f));
+  const float floatRadians = 141.0f * std::numbers::pi_v<float> / 180.0f;
+  EXPECT_NE(std::cos(floatRadians) * 0.1f, std::cos(radians) * 0.1f);
 }
 
 // The EffectMain side set up as Premiere does, and the GPU filter module

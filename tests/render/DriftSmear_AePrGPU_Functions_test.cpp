@@ -23,6 +23,7 @@
 #include "common/RequireDevice.h"
 #include "common/TestSupport.h"
 #include "host/gpu/GpuDevice.h"
+#include "render/DriftSmear_CPU.h"
 #include "support/LogsController.h"
 
 namespace {
@@ -98,6 +99,26 @@ TEST(InitializeGPU, RefusesAMissingListMetalAndUnknownFrameworks) {
   EXPECT_TRUE(log.Has("KQR :: Initialized new device: Metal"));
   EXPECT_EQ(log.Errors("InitializeGPU", "Metal is not available"), 1u);
   EXPECT_EQ(log.Errors("InitializeGPU", "Unsupported GPU type"), 1u);
+}
+
+// An armed refusal replaces the GPU line of the panel: the headline is set
+// and the GPU name and framework are cleared.
+TEST(RenderCPU, AnArmedRefusalSetsTheHeadlineAndClearsTheGPUTexts) {
+  LayerLog log;
+  GPUStatusInfo& info = GetGPUStatusInfo();
+  info.enabled = true;
+  info.armed = true;
+  info.SetText(GPUStatusInfo::kNoticeHeadline, {});
+  info.SetText(GPUStatusInfo::kGPUShortName, "GTX 1080");
+  info.SetText(GPUStatusInfo::kFrameworkName, "OpenCL");
+  PF_InData in{};
+  PF_OutData out{};
+  PF_LayerDef world{};
+  ASSERT_EQ(RenderCPU(&in, &out, &world, &world), PF_Err_NONE);
+  EXPECT_EQ(info.GetText(GPUStatusInfo::kNoticeHeadline), "Drift Smear cannot render using CPU only.");
+  EXPECT_EQ(info.GetText(GPUStatusInfo::kGPUShortName), "");
+  EXPECT_EQ(info.GetText(GPUStatusInfo::kFrameworkName), "");
+  EXPECT_NE(out.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
 }
 
 TEST(InitializeGPU, CudaCreatesNothingAndDisarmsTheCpuNotice) {
