@@ -5,6 +5,7 @@
 
 #include "AE_EffectCBSuites.h"
 #include "AE_EffectGPUSuites.h"
+#include "common/ContextReferences.h"
 #include "e2e/E2ETestSupport.h"
 #include "render/DriftSmear_AePrGPU_Functions.h"
 
@@ -37,7 +38,7 @@ TEST(GPUDeviceSetup, AnOpenCLDeviceGetsItsKernelsAndTakedownReturnsEverything) {
   EXPECT_EQ(ae.TakeDownDevice(), PF_Err_NONE);
   device.Finish();
   EXPECT_EQ(host.runtime().LiveHandles(), handles);
-  EXPECT_EQ(device.ContextReferenceCount().value_or(0), references) << "a kernel or program of the effect is left";
+  EXPECT_EQ(testsupport::SettledContextReferences(device, references).value_or(0), references) << "a kernel or program of the effect is left";
   EXPECT_EQ(host.runtime().suites().Outstanding(), 0);
 }
 
