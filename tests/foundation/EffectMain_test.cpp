@@ -98,21 +98,3 @@ TEST_F(LoadedModuleTest, SelectorsWithoutHandlersReturnNoneAndLogNothing) {
   EXPECT_TRUE(LinesContaining(ReadLines(LogFilePath(temp_.path())), "ERROR [").empty());
 }
 
-TEST_F(LoadedModuleTest, AboutAnswersThroughTheLicensingHook) {
-  dshost::EffectHost host(DRIFTSMEAR_MODULE_PATH);
-  ASSERT_EQ(host.Call(PF_Cmd_ABOUT), PF_Err_NONE);
-  EXPECT_EQ(std::string(host.out_data().return_msg),
-            std::string("Drift Smear, v1.3.0\rDrift Smear\r\n") + kRegisteredLicenceLine);
-
-  testsupport::SetEnv("DRIFTSMEAR_UNLICENSED", "1");
-  ASSERT_EQ(host.Call(PF_Cmd_ABOUT), PF_Err_NONE);
-  testsupport::UnsetEnv("DRIFTSMEAR_UNLICENSED");
-  EXPECT_EQ(std::string(host.out_data().return_msg),
-            std::string("Drift Smear, v1.3.0\rDrift Smear\r\n") + kUnregisteredLicenceLine);
-}
-
-TEST_F(LoadedModuleTest, AboutSaysNothingUnderPremiere) {
-  dshost::EffectHost host(DRIFTSMEAR_MODULE_PATH, dshost::HostApp::Premiere);
-  ASSERT_EQ(host.Call(PF_Cmd_ABOUT), PF_Err_NONE);
-  EXPECT_EQ(std::string(host.out_data().return_msg), "");
-}

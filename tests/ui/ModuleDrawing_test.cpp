@@ -13,9 +13,6 @@
 
 using namespace uitest;
 using dshost::EffectHost;
-using testsupport::LinesContaining;
-using testsupport::LogFilePath;
-using testsupport::ReadLines;
 
 namespace {
 
@@ -53,18 +50,6 @@ TEST_F(ModuleDrawingTest, EffectControlsAreaIsDrawnAndSavedAsPng) {
   ASSERT_NE(saved, nullptr);
   EXPECT_EQ(saved->Pixels(), canvas_.Pixels());
   EXPECT_EQ(host_.runtime().suites().Outstanding(), 0);
-}
-
-TEST_F(ModuleDrawingTest, TitleAreaAndMissingEventRecordDrawNothing) {
-  ASSERT_EQ(host_.DrawEffectControls(canvas_, kFrame, PF_EA_PARAM_TITLE), PF_Err_NONE);
-  EXPECT_EQ(host_.last_event_out_flags(), PF_EO_NONE);
-  EXPECT_TRUE(Untouched(canvas_));
-
-  EXPECT_EQ(host_.Call(PF_Cmd_EVENT), PF_Err_NONE);
-  const auto lines = LinesContaining(ReadLines(LogFilePath(temp_.path())), "Something wrong. Extra is MULL");
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_NE(lines[0].find("ERROR [DriftSmear_UI_Handler.cpp:"), std::string::npos) << lines[0];
-  EXPECT_NE(lines[0].find(":HandleEvent] :: "), std::string::npos) << lines[0];
 }
 
 // The refusal notice lives in the module's process-wide GPU status, which
