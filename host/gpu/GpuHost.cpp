@@ -437,9 +437,10 @@ TransferCounts GpuHost::Transfers() const {
 
 PF_EffectWorld* GpuHost::LendCachedFrame(const DeviceFrameKey& key) {
   DeviceFrameCache::FramePtr frame = frameCache_.Find(key);
-  if (frame == nullptr) {
-    return nullptr;
-  }
+  return frame == nullptr ? nullptr : LendFrame(key, std::move(frame));
+}
+
+PF_EffectWorld* GpuHost::LendFrame(const DeviceFrameKey& key, DeviceFrameCache::FramePtr frame) {
   auto record = std::make_unique<HostWorld>();
   FillWorldRecord(*record, frame->width, frame->height, key.format, PF_RationalScale{1, 1});
   record->gpu = true;
@@ -478,16 +479,7 @@ DeviceFrameCache::FramePtr GpuHost::UploadFrame(const DeviceFrameKey& key, const
 }
 
 PF_EffectWorld* GpuHost::CacheFrame(const DeviceFrameKey& key, const ImageF& image) {
-  DeviceFrameCache::FramePtr frame = UploadFrame(key, image);
-  auto record = std::make_unique<HostWorld>();
-  FillWorldRecord(*record, frame->width, frame->height, key.format, PF_RationalScale{1, 1});
-  record->gpu = true;
-  record->deviceIndex = key.device;
-  record->cached = std::move(frame);
-  PF_EffectWorld* world = &record->world;
-  std::lock_guard<std::mutex> lock(mutex_);
-  worlds_[world] = std::move(record);
-  return world;
+  return LendFrame(key, UploadFrame(key, image));
 }
 
 void GpuHost::PreloadFrame(const DeviceFrameKey& key, const ImageF& image) {

@@ -139,6 +139,8 @@ class GpuHost {
 
  private:
   DeviceFrameCache::FramePtr UploadFrame(const DeviceFrameKey& key, const ImageF& image);
+  // A world record that lends the cached frame to the effect until released.
+  PF_EffectWorld* LendFrame(const DeviceFrameKey& key, DeviceFrameCache::FramePtr frame);
 
   HostRuntime& runtime_;
   mutable std::mutex mutex_;
