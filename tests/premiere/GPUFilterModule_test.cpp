@@ -28,6 +28,14 @@ using dshost::HostApp;
 using dshost::PluginModule;
 using dshost::PremiereHost;
 
+// The Premiere records are byte-packed, so their 64-bit fields sit at odd
+// offsets: read them by value before comparing (a reference to one is
+// misaligned).
+template <typename T>
+T ByValue(T field) {
+  return field;
+}
+
 class FilterEntry : public ::testing::Test {
  protected:
   PluginModule module_{DRIFTSMEAR_MODULE_PATH};
@@ -44,7 +52,7 @@ TEST_F(FilterEntry, StartupHandsOverOneFilter) {
   EXPECT_EQ(entry_(PrSDKGPUFilterInterfaceVersion, &index, kPrTrue, nullptr, &filter, &info), suiteError_NoError);
   EXPECT_EQ(index, 0) << "no further filter follows";
   EXPECT_EQ(info.outInterfaceVersion, static_cast<csSDK_uint32>(PrSDKGPUFilterInterfaceVersion));
-  EXPECT_EQ(info.outMatchName.opaque[0], 0) << "the module's own match name";
+  EXPECT_EQ(ByValue(info.outMatchName.opaque[0]), 0) << "the module's own match name";
   EXPECT_NE(filter.CreateInstance, nullptr);
   EXPECT_NE(filter.DisposeInstance, nullptr);
   EXPECT_NE(filter.GetFrameDependencies, nullptr);
@@ -193,27 +201,27 @@ class PremiereParameters : public ::testing::Test {
 TEST_F(PremiereParameters, EachKindHasItsType) {
   const PrParam trail = At(kDiskTrail);
   EXPECT_EQ(trail.mType, kPrParamType_Float64);
-  EXPECT_EQ(trail.mFloat64, 20.0);
+  EXPECT_EQ(ByValue(trail.mFloat64), 20.0);
 
   effect_.parameters().SetValueById(kDiskMotionAngle, 30.5);
   const PrParam angle = At(kDiskMotionAngle);
   EXPECT_EQ(angle.mType, kPrParamType_Float32);
-  EXPECT_EQ(angle.mFloat32, 30.5f);
+  EXPECT_EQ(ByValue(angle.mFloat32), 30.5f);
 
   effect_.parameters().SetValueById(kDiskPreset, 4);
   const PrParam preset = At(kDiskPreset);
   EXPECT_EQ(preset.mType, kPrParamType_Int32);
-  EXPECT_EQ(preset.mInt32, 4);
-  EXPECT_EQ(preset.mInt8, 4);
+  EXPECT_EQ(ByValue(preset.mInt32), 4);
+  EXPECT_EQ(ByValue(preset.mInt8), 4);
 
   const PrParam premultiplied = At(kDiskPremultiplied);
   EXPECT_EQ(premultiplied.mType, kPrParamType_Bool);
-  EXPECT_EQ(premultiplied.mBool, 1);
+  EXPECT_EQ(ByValue(premultiplied.mBool), 1);
 
   host_->SetAngleParamType(kPrParamType_Float64);
   const PrParam wide = At(kDiskMotionAngle);
   EXPECT_EQ(wide.mType, kPrParamType_Float64);
-  EXPECT_EQ(wide.mFloat64, 30.5);
+  EXPECT_EQ(ByValue(wide.mFloat64), 30.5);
   EXPECT_THROW(host_->SetAngleParamType(kPrParamType_Int32), dshost::HostError);
 }
 

@@ -91,6 +91,7 @@ TEST_F(GlobalSetupTest, AfterEffectsSeesVersionFlagsLogAndGlobalData) {
   EXPECT_TRUE(host.ui().PixelFormats().empty());
   EXPECT_EQ(host.ui().ClearPixelFormatsCalls(), 0);
   EXPECT_EQ(host.runtime().suites().Outstanding(), 0);
+  EXPECT_EQ(host.Call(PF_Cmd_GLOBAL_SETDOWN), PF_Err_NONE);
 }
 
 TEST_F(GlobalSetupTest, PremiereDeclaresOnePixelFormatAndDoesNotRegister) {
@@ -111,6 +112,7 @@ TEST_F(GlobalSetupTest, PremiereDeclaresOnePixelFormatAndDoesNotRegister) {
   EXPECT_NE(global.aboutImage, nullptr);
   EXPECT_TRUE(host.parameters().Registrations().empty());
   EXPECT_EQ(host.ui().OptionsButtonNameCalls(), 0);
+  EXPECT_EQ(host.Call(PF_Cmd_GLOBAL_SETDOWN), PF_Err_NONE);
 }
 
 TEST_F(GlobalSetupTest, PremiereWithoutPixelFormatSuiteFailsWithMissingSuite) {
