@@ -7,6 +7,7 @@
 #include <cstring>
 #include <exception>
 
+#include "host/EffectDiskIds.h"
 #include "host/EffectModuleCheck.h"
 #include "host/gpu/GpuDevice.h"
 
@@ -14,10 +15,10 @@ namespace dsfrei0r {
 
 namespace {
 
-constexpr A_long kFramesDiskId = 6;
-constexpr A_long kFrameOffsetDiskId = 7;
-constexpr A_long kPresetDiskId = 23;
-constexpr A_long kDebugDisplayDiskId = 3;
+using dshost::kFramesDiskId;
+using dshost::kFrameOffsetDiskId;
+using dshost::kPresetDiskId;
+using dshost::kDebugDisplayDiskId;
 // Larger sides than this are refused rather than risking the allocation.
 constexpr unsigned kLargestSide = 32768;
 // What the held frames may take unless DRIFTSMEAR_FREI0R_MEMORY_MB says.

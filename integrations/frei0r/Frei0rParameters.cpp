@@ -8,6 +8,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "host/EffectDiskIds.h"
 #include "host/EffectHost.h"
 
 namespace dsfrei0r {
@@ -18,8 +19,8 @@ using dshost::PopupItemInfo;
 
 namespace {
 
-constexpr A_long kPresetDiskId = 23;
-constexpr A_long kDebugDisplayDiskId = 3;
+using dshost::kPresetDiskId;
+using dshost::kDebugDisplayDiskId;
 // A frei0r angle's 0–1 is one turn.
 constexpr double kFullTurn = 360.0;
 

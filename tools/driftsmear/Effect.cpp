@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 
+#include "host/EffectDiskIds.h"
 #include "host/EffectModuleCheck.h"
 #include "host/HostError.h"
 #include "host/HostUI.h"
@@ -23,8 +24,8 @@ using dshost::PopupItemInfo;
 
 namespace {
 
-constexpr A_long kPresetDiskId = 23;
-constexpr A_long kDebugDisplayDiskId = 3;
+using dshost::kPresetDiskId;
+using dshost::kDebugDisplayDiskId;
 // An angle travels as 16.16 fixed-point degrees.
 constexpr double kLargestAngle = 32767.0;
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/EffectDiskIds.h"
 #include "host/EffectHost.h"
 #include "host/HostError.h"
 #include "host/HostUI.h"
@@ -22,7 +23,7 @@ namespace {
 using dshost::ParameterInfo;
 using dshost::ParameterKind;
 
-constexpr A_long kPresetDiskId = 23;
+using dshost::kPresetDiskId;
 // The Disk IDs a preset writes, in the order the effect writes them.
 const A_long kPresetColumns[] = {6, 7, 8, 9, 10, 11, 12, 13, 16, 17, 18, 19, 20};
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "host/EffectDiskIds.h"
 #include "host/FrameSource.h"
 #include "host/HostError.h"
 #include "host/drawbot/DrawbotCanvas.h"
@@ -22,7 +23,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr A_long kAboutDiskId = 1;
+using dshost::kAboutDiskId;
 // The margin around the area, and the panel's background in After Effects'
 // default dark interface.
 constexpr int kMargin = 8;

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "host/CachedClipSource.h"
+#include "host/EffectDiskIds.h"
 #include "host/gpu/GpuHost.h"
 #include "host/HostError.h"
 #include "host/media/MediaError.h"
@@ -19,8 +20,8 @@ namespace driftsmear {
 
 namespace {
 
-constexpr A_long kFramesDiskId = 6;
-constexpr A_long kFrameOffsetDiskId = 7;
+using dshost::kFramesDiskId;
+using dshost::kFrameOffsetDiskId;
 // How far the decoder may run ahead of the frames the renderer needs: with
 // frames kept on the device the decoder also uploads them, and one frame
 // ahead keeps the device fed without holding more input frames than needed.
