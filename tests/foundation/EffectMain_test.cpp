@@ -2,6 +2,7 @@
 // host, and through the guard directly where a handler has to misbehave.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <regex>
 #include <stdexcept>
 
@@ -18,13 +19,6 @@ using testsupport::ScopedTempDir;
 
 namespace {
 
-class GuardTest : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), ""); }
-  std::vector<std::string> ErrorLines() const { return LinesContaining(ReadLines(LogFilePath(temp_.path())), "ERROR ["); }
-  ScopedTempDir temp_;
-};
-
 std::string MessageOf(const std::string& line) {
   static const std::regex form(R"(^.* KQR :: ERROR \[DriftSmear\.cpp:\d+:EffectMain\] :: (.*)$)");
   std::smatch match;
@@ -33,39 +27,39 @@ std::string MessageOf(const std::string& line) {
 
 }  // namespace
 
-TEST_F(GuardTest, ThrownCodeIsReturnedWithOneLine) {
-  EXPECT_EQ(GuardedCommand(PF_Cmd_SMART_RENDER, []() -> PF_Err { throw PF_Err(PF_Err_OUT_OF_MEMORY); }),
-            PF_Err_OUT_OF_MEMORY);
-  const auto lines = ErrorLines();
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(MessageOf(lines[0]),
-            "Try Catch Exception code at event PF_Cmd_SMART_RENDER is PF_Err_OUT_OF_MEMORY (4)");
-}
-
-TEST_F(GuardTest, StandardExceptionBecomesStructDamaged) {
-  EXPECT_EQ(GuardedCommand(PF_Cmd_RENDER, []() -> PF_Err { throw std::runtime_error("Parameter with given Disk ID not found"); }),
-            PF_Err_INTERNAL_STRUCT_DAMAGED);
-  const auto lines = ErrorLines();
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(MessageOf(lines[0]),
-            "Try Catch Exception at event PF_Cmd_RENDER. Error is Parameter with given Disk ID not found");
-}
-
-TEST_F(GuardTest, AnythingElseBecomesStructDamaged) {
-  EXPECT_EQ(GuardedCommand(PF_Cmd_EVENT, []() -> PF_Err { throw 3.5; }), PF_Err_INTERNAL_STRUCT_DAMAGED);
-  const auto lines = ErrorLines();
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(MessageOf(lines[0]), "Try Catch Uknown Exception at event PF_Cmd_EVENT");
-}
-
-TEST_F(GuardTest, NonZeroResultIsPassedOnWithOneLine) {
-  EXPECT_EQ(GuardedCommand(PF_Cmd_SMART_RENDER, [] { return PF_Err(PF_Err_OUT_OF_MEMORY); }), PF_Err_OUT_OF_MEMORY);
-  EXPECT_EQ(GuardedCommand(PF_Cmd_GLOBAL_SETUP, [] { return PF_Err(PF_Err_NONE); }), PF_Err_NONE);
-  EXPECT_EQ(GuardedCommand(99, [] { return PF_Err(13); }), 13);
-  const auto lines = ErrorLines();
-  ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(MessageOf(lines[0]), "PF_Cmd_SMART_RENDER. Code: PF_Err_OUT_OF_MEMORY (4)");
-  EXPECT_EQ(MessageOf(lines[1]), "PF_Cmd?UNKNOWN (99). Code: PF_Err?UNKNOWN (13)");
+// A thrown code, a standard exception, anything else thrown and a non-zero
+// result: each comes back as the host's code with one exact error line; a
+// zero result logs nothing.
+TEST(Guard, EachOutcomeGivesItsCodeAndOneExactLine) {
+  struct Case {
+    PF_Cmd cmd;
+    std::function<PF_Err()> body;
+    PF_Err returned;
+    std::string line;  // empty: no line
+  };
+  const Case cases[] = {
+      {PF_Cmd_SMART_RENDER, []() -> PF_Err { throw PF_Err(PF_Err_OUT_OF_MEMORY); }, PF_Err_OUT_OF_MEMORY,
+       "Try Catch Exception code at event PF_Cmd_SMART_RENDER is PF_Err_OUT_OF_MEMORY (4)"},
+      {PF_Cmd_RENDER, []() -> PF_Err { throw std::runtime_error("Parameter with given Disk ID not found"); },
+       PF_Err_INTERNAL_STRUCT_DAMAGED,
+       "Try Catch Exception at event PF_Cmd_RENDER. Error is Parameter with given Disk ID not found"},
+      {PF_Cmd_EVENT, []() -> PF_Err { throw 3.5; }, PF_Err_INTERNAL_STRUCT_DAMAGED,
+       "Try Catch Uknown Exception at event PF_Cmd_EVENT"},
+      {PF_Cmd_SMART_RENDER, [] { return PF_Err(PF_Err_OUT_OF_MEMORY); }, PF_Err_OUT_OF_MEMORY,
+       "PF_Cmd_SMART_RENDER. Code: PF_Err_OUT_OF_MEMORY (4)"},
+      {PF_Cmd_GLOBAL_SETUP, [] { return PF_Err(PF_Err_NONE); }, PF_Err_NONE, ""},
+      {99, [] { return PF_Err(13); }, 13, "PF_Cmd?UNKNOWN (99). Code: PF_Err?UNKNOWN (13)"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.line);
+    testsupport::LogCapture log;
+    EXPECT_EQ(GuardedCommand(c.cmd, c.body), c.returned);
+    const auto lines = log.Errors();
+    ASSERT_EQ(lines.size(), c.line.empty() ? 0u : 1u);
+    if (!c.line.empty()) {
+      EXPECT_EQ(MessageOf(lines[0]), c.line);
+    }
+  }
 }
 
 class LoadedModuleTest : public ::testing::Test {
