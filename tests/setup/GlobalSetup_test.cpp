@@ -168,27 +168,22 @@ TEST_F(GlobalSetupTest, MissingAboutImageIsShownButSetupSucceeds) {
 }
 
 TEST_F(GlobalSetupTest, GlobalDataAllocationFailures) {
-  {
+  const struct {
+    const char* call;
+    PF_Err code;
+    const char* error;
+  } kFailures[] = {
+      {"PF Handle Suite.host_new_handle", PF_Err_OUT_OF_MEMORY, "Global Data Handle memory allocation failed"},
+      {"PF Handle Suite.host_lock_handle", PF_Err_INTERNAL_STRUCT_DAMAGED, "Global Data memory allocation failed"},
+  };
+  for (const auto& failure : kFailures) {
+    SCOPED_TRACE(failure.call);
     EffectHost host(DRIFTSMEAR_MODULE_PATH);
-    host.runtime().faults().FailCall("PF Handle Suite.host_new_handle", 1);
-    EXPECT_NE(host.Call(PF_Cmd_GLOBAL_SETUP), PF_Err_NONE);
+    host.runtime().faults().FailCall(failure.call, 1);
+    EXPECT_EQ(host.Call(PF_Cmd_GLOBAL_SETUP), failure.code);
     EXPECT_EQ(host.global_data(), nullptr);
     EXPECT_EQ(host.runtime().LiveHandles(), 0u);
-    EXPECT_EQ(LinesContaining(ReadLines(LogFilePath(temp_.path())),
-                              ":GlobalSetup] :: Global Data Handle memory allocation failed")
-                  .size(),
-              1u);
-  }
-  {
-    EffectHost host(DRIFTSMEAR_MODULE_PATH);
-    host.runtime().faults().FailCall("PF Handle Suite.host_lock_handle", 1);
-    EXPECT_EQ(host.Call(PF_Cmd_GLOBAL_SETUP), PF_Err_INTERNAL_STRUCT_DAMAGED);
-    EXPECT_EQ(host.global_data(), nullptr);
-    EXPECT_EQ(host.runtime().LiveHandles(), 0u);
-    EXPECT_EQ(LinesContaining(ReadLines(LogFilePath(temp_.path())),
-                              ":GlobalSetup] :: Global Data memory allocation failed")
-                  .size(),
-              1u);
+    EXPECT_EQ(LinesContaining(LogMessages(temp_), std::string(":GlobalSetup] :: ") + failure.error).size(), 1u);
   }
 }
 
