@@ -1,5 +1,6 @@
-// The Windows side of the log's system services: the temporary folder from
-// GetTempPathW (as UTF-8), backslash paths, file deletion, and every log line
+// The Windows side of the log's system services, through the log: the
+// temporary folder from GetTempPathW (as UTF-8, also outside every ANSI code
+// page), backslash paths, the previous run's file deleted, and every line
 // copied to the debugger with OutputDebugStringA.
 #include "support/Platform.h"
 
@@ -14,41 +15,6 @@
 
 using testsupport::ScopedTempDir;
 using wintest::DebugOutputCapture;
-
-namespace {
-
-// The folder as GetTempPathA writes it: with a trailing backslash.
-std::string AsTempPath(const ScopedTempDir& temp) { return temp.path().string() + "\\"; }
-
-}  // namespace
-
-TEST(WindowsPlatform, TempDirectoryIsWhatTheSystemReports) {
-  ScopedTempDir temp;
-  EXPECT_EQ(platform::TempDirectory(), wintest::SystemTempPath());
-  EXPECT_EQ(platform::TempDirectory(), AsTempPath(temp));
-  EXPECT_EQ(platform::TempDirectory().back(), '\\');
-}
-
-TEST(WindowsPlatform, PathSeparatorIsABackslash) { EXPECT_STREQ(platform::PathSeparator(), "\\"); }
-
-TEST(WindowsPlatform, DeleteFileAtRemovesAFileAndIgnoresAMissingOne) {
-  ScopedTempDir temp;
-  const std::string file = AsTempPath(temp) + "old.log";
-  std::ofstream(file) << "previous run\n";
-  ASSERT_TRUE(std::filesystem::exists(file));
-  platform::DeleteFileAt(file);
-  EXPECT_FALSE(std::filesystem::exists(file));
-  platform::DeleteFileAt(file);
-  EXPECT_FALSE(std::filesystem::exists(file));
-}
-
-TEST(WindowsPlatform, DebuggerOutputGoesToOutputDebugStringA) {
-  DebugOutputCapture capture;
-  platform::DebuggerOutput("KQR :: to the debugger\n");
-  const auto texts = capture.Texts();
-  ASSERT_EQ(texts.size(), 1u);
-  EXPECT_EQ(texts[0], "KQR :: to the debugger\n");
-}
 
 TEST(WindowsLog, LivesUnderGetTempPathAWithBackslashes) {
   ScopedTempDir temp;

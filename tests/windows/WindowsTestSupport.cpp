@@ -1,7 +1,5 @@
 #include "windows/WindowsTestSupport.h"
 
-#include <fstream>
-#include <iterator>
 #include <mutex>
 #include <stdexcept>
 
@@ -30,11 +28,6 @@ std::string_view ResourceBytes(HMODULE module, LPCSTR type, LPCSTR id) {
     return {};
   }
   return std::string_view(static_cast<const char*>(bytes), SizeofResource(module, info));
-}
-
-std::string ReadFileBytes(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 std::string SystemTempPath() {

@@ -8,7 +8,6 @@
 #endif
 #include <windows.h>
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,9 +20,6 @@ HMODULE PluginModule();
 // The bytes of a resource of a module; empty when it has none of that type
 // and id.
 std::string_view ResourceBytes(HMODULE module, LPCSTR type, LPCSTR id);
-
-// The whole content of a file.
-std::string ReadFileBytes(const std::filesystem::path& file);
 
 // GetTempPathA as a string.
 std::string SystemTempPath();
