@@ -16,13 +16,10 @@ namespace {
 
 using DrawbotCanvasTest = DrawbotTest;
 
-std::vector<std::uint8_t> ReadFile(const std::string& path) {
-  std::ifstream f(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(f), std::istreambuf_iterator<char>()};
-}
-
-std::uint32_t BigEndian32(const std::vector<std::uint8_t>& d, std::size_t at) {
-  return (std::uint32_t{d[at]} << 24) | (std::uint32_t{d[at + 1]} << 16) | (std::uint32_t{d[at + 2]} << 8) | d[at + 3];
+std::uint32_t BigEndian32(const std::string& d, std::size_t at) {
+  std::uint32_t value = 0;
+  for (std::size_t i = 0; i < 4; ++i) value = (value << 8) | static_cast<std::uint8_t>(d[at + i]);
+  return value;
 }
 
 TEST_F(DrawbotCanvasTest, PngRoundTripKeepsEveryPixel) {
@@ -33,7 +30,7 @@ TEST_F(DrawbotCanvasTest, PngRoundTripKeepsEveryPixel) {
   const std::string path = ::testing::TempDir() + "drawbot_roundtrip.png";
   ASSERT_TRUE(canvas.SavePng(path));
 
-  const std::vector<std::uint8_t> file = ReadFile(path);
+  const std::string file = testsupport::ReadFileBytes(path);
   ASSERT_GT(file.size(), 33u);
   EXPECT_EQ(BigEndian32(file, 16), 17u);  // IHDR width
   EXPECT_EQ(BigEndian32(file, 20), 9u);   // IHDR height
@@ -81,24 +78,9 @@ TEST(DrawbotSuiteEntries, PublishTheNamesAndVersionsPlugInsAcquire) {
   EXPECT_NE(set.surface_suiteP->GetTransformToScreenScale, nullptr);
 }
 
-// Plug-ins index these tables by position and pass these values: a moved
-// member or a renumbered constant breaks every compiled plug-in.
-TEST(DrawbotSuiteLayout, MembersAndConstantsKeepTheirPlaces) {
-  constexpr std::size_t kPtr = sizeof(void*);
-  EXPECT_EQ(sizeof(DRAWBOT_DrawbotSuite1), 2 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, NewBrush), 1 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, NewDefaultFont), 4 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, NewImageFromBuffer), 5 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, NewPath), 6 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_SupplierSuite1, ReleaseObject), 12 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_SurfaceSuite2, FillPath), 3 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_SurfaceSuite2, DrawString), 9 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_SurfaceSuite2, DrawImage), 10 * kPtr);
-  EXPECT_EQ(sizeof(DRAWBOT_SurfaceSuite2), 17 * kPtr);
-  EXPECT_EQ(offsetof(DRAWBOT_PathSuite1, AddRect), 3 * kPtr);
-  EXPECT_EQ(sizeof(DRAWBOT_PathSuite1), 6 * kPtr);
-  EXPECT_EQ(sizeof(DRAWBOT_ColorRGBA), 16u);
-  EXPECT_EQ(offsetof(DRAWBOT_RectF32, width), 8u);
+// Plug-ins pass these values: a renumbered constant breaks every compiled
+// plug-in. (The tables' layout is checked with the other host declarations.)
+TEST(DrawbotSuiteLayout, ConstantsKeepTheirValues) {
   EXPECT_EQ(sizeof(DRAWBOT_UTF16Char), 2u);
   EXPECT_EQ(kDRAWBOT_PixelLayout_32BGR, 3);
   EXPECT_EQ(kDRAWBOT_PixelLayout_32BGRA_Premul, 7);
@@ -113,7 +95,7 @@ TEST(DrawbotSuiteLayout, MembersAndConstantsKeepTheirPlaces) {
 // (0.11, 0.11, 0.11) background: the file must be 250 x 70 RGBA and opaque.
 TEST(DrawbotAboutImage, ShippedPngIsOpaque250By70Rgba) {
   const std::string path = std::string(DRIFTSMEAR_SOURCE_DIR) + "/ui/resources/DriftSmear_About.png";
-  const std::vector<std::uint8_t> file = ReadFile(path);
+  const std::string file = testsupport::ReadFileBytes(path);
   ASSERT_GT(file.size(), 33u) << path;
   EXPECT_EQ(file[24], 8);
   EXPECT_EQ(file[25], 6);
