@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
+#include <memory>
 
 #include "common/TestSupport.h"
 #include "host/media/MediaReader.h"
@@ -44,13 +44,6 @@ std::string Quote(const std::string& text) {
   for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return quoted + "'";
 #endif
-}
-
-std::string ReadFile(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
 }
 
 // Runs a shell command line; the exit code (128 + signal for a signal).
@@ -121,8 +114,8 @@ struct RunFiles {
   RunResult Collect(int exitCode) const {
     RunResult result;
     result.exitCode = exitCode;
-    result.out = ReadFile(out);
-    result.err = ReadFile(err);
+    result.out = testsupport::ReadFileBytes(out);
+    result.err = testsupport::ReadFileBytes(err);
     std::error_code ignored;
     fs::remove(out, ignored);
     fs::remove(err, ignored);
@@ -142,7 +135,7 @@ std::vector<RunResult> RunCliTogether(const std::vector<std::vector<std::string>
   }
   System(command + "wait");
   std::vector<RunResult> results;
-  for (const RunFiles& run : files) results.push_back(run.Collect(std::atoi(ReadFile(run.code).c_str())));
+  for (const RunFiles& run : files) results.push_back(run.Collect(std::atoi(testsupport::ReadFileBytes(run.code).c_str())));
   return results;
 }
 
@@ -152,7 +145,7 @@ RunResult RunCliPiped(const std::string& before, const std::vector<std::string>&
   for (const std::string& arg : args) command += " " + Quote(arg);
   System(before + " | { " + command + " 2>" + Quote(files.err.string()) + "; echo $? >" + Quote(files.code.string()) +
          "; } | " + after + " >" + Quote(files.out.string()));
-  return files.Collect(std::atoi(ReadFile(files.code).c_str()));
+  return files.Collect(std::atoi(testsupport::ReadFileBytes(files.code).c_str()));
 }
 
 RunResult RunCliWithFileLimit(const std::vector<std::string>& args, int kilobytes) {
@@ -164,23 +157,9 @@ RunResult RunCliWithFileLimit(const std::vector<std::string>& args, int kilobyte
 
 RunResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env) {
   const RunFiles files;
-  const std::string command = files.Command(args);
-
-  std::map<std::string, std::optional<std::string>> previous;
-  for (const auto& [name, value] : env) {
-    const char* old = std::getenv(name.c_str());
-    previous[name] = old ? std::optional<std::string>(old) : std::nullopt;
-    testsupport::SetEnv(name.c_str(), value);
-  }
-  const int exitCode = System(command);
-  for (const auto& [name, value] : previous) {
-    if (value) {
-      testsupport::SetEnv(name.c_str(), *value);
-    } else {
-      testsupport::UnsetEnv(name.c_str());
-    }
-  }
-  return files.Collect(exitCode);
+  std::vector<std::unique_ptr<testsupport::ScopedEnv>> environment;
+  for (const auto& [name, value] : env) environment.push_back(std::make_unique<testsupport::ScopedEnv>(name.c_str(), value));
+  return files.Collect(System(files.Command(args)));
 }
 
 Scratch::Scratch() {
@@ -294,28 +273,6 @@ std::vector<dshost::ImageF> ReadAll(const fs::path& input) {
 }
 
 dshost::MediaInfo InfoOf(const fs::path& input) { return dshost::MediaReader(input).info(); }
-
-float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b, int x0, int y0, int x1, int y1) {
-  float worst = 0.0f;
-  for (int y = y0; y < y1; ++y) {
-    for (int x = x0; x < x1; ++x) {
-      for (int c = 0; c < 4; ++c) worst = std::max(worst, std::fabs(a.pixel(x, y)[c] - b.pixel(x, y)[c]));
-    }
-  }
-  return worst;
-}
-
-int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, float tolerance) {
-  int count = 0;
-  for (int y = 0; y < std::min(a.height, b.height); ++y) {
-    for (int x = 0; x < std::min(a.width, b.width); ++x) {
-      bool differs = false;
-      for (int c = 0; c < 4; ++c) differs = differs || std::fabs(a.pixel(x, y)[c] - b.pixel(x, y)[c]) > tolerance;
-      count += differs ? 1 : 0;
-    }
-  }
-  return count;
-}
 
 int64_t StatValue(const std::string& output, const std::string& key) {
   const size_t line = output.find("stats:");

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "common/RequireDevice.h"
+#include "common/TestSupport.h"
 #include "host/media/Image.h"
 #include "host/media/MediaInfo.h"
 #include "host/media/MediaReader.h"
@@ -86,12 +87,8 @@ fs::path LosslessOutput(const fs::path& folder, const std::string& stem);
 std::vector<dshost::ImageF> ReadAll(const fs::path& input);
 dshost::MediaInfo InfoOf(const fs::path& input);
 
-// Largest per-channel difference (colour and alpha) inside the rectangle.
-float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b, int x0, int y0, int x1, int y1);
-
-// Pixels of two same-size images that differ by more than `tolerance` in
-// some channel.
-int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, float tolerance);
+using testsupport::DifferingPixels;
+using testsupport::MaxDifference;
 
 // The value of "key=" in a --stats line, or -1.
 int64_t StatValue(const std::string& output, const std::string& key);

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -92,19 +91,7 @@ class DrawbotTest : public ::testing::Test {
   std::size_t live_before_ = 0;
 };
 
-// Sets an environment variable for the lifetime of the object.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    testsupport::SetEnv(name, value);
-  }
-  ~ScopedEnv() { old_ ? testsupport::SetEnv(name_, *old_) : testsupport::UnsetEnv(name_); }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+using testsupport::ScopedEnv;
 
 inline ::testing::AssertionResult PixelNear(const DrawbotPixel& actual, const DrawbotPixel& expected, int tolerance = 1) {
   const auto str = [](const DrawbotPixel& p) {

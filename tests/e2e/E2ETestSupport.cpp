@@ -182,14 +182,6 @@ ImageF ReferenceChain(const std::vector<const LayerFrame*>& slots, int outputWid
   return image;
 }
 
-float MaxDifference(const ImageF& a, const ImageF& b) {
-  float worst = 0.0f;
-  for (size_t i = 0; i < a.bgra.size() && i < b.bgra.size(); ++i) {
-    worst = std::max(worst, std::fabs(a.bgra[i] - b.bgra[i]));
-  }
-  return worst;
-}
-
 ::testing::AssertionResult ImagesMatch(const ImageF& expected, const ImageF& actual, float tolerance) {
   if (expected.width != actual.width || expected.height != actual.height) {
     return ::testing::AssertionFailure() << "size " << actual.width << "x" << actual.height << ", expected "

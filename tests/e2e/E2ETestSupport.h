@@ -116,8 +116,7 @@ ImageF ReferenceChain(const std::vector<const LayerFrame*>& slots, int outputWid
 // Channel by channel within `tolerance`; on failure the message names the
 // worst pixel, both values and how many pixels are off.
 ::testing::AssertionResult ImagesMatch(const ImageF& expected, const ImageF& actual, float tolerance);
-// The largest channel difference.
-float MaxDifference(const ImageF& a, const ImageF& b);
+using testsupport::MaxDifference;
 
 // An effect instance in our host, set up as After Effects sets one up: global
 // setup, parameter setup and, with Open(), GPU device setup on one device.

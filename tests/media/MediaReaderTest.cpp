@@ -79,7 +79,7 @@ TEST(MediaReaderSequence, StartsAtTheFirstExistingNumberAndStopsAtAGap) {
 TEST(MediaReaderSequence, DamagedAndMismatchedFilesAreReportedWithTheirFrame) {
   ScratchDir dir;
   writeNumbered(dir, "f%02d.png", {1, 2, 3, 4});
-  const std::string bytes = testing::readFileBytes(dir / "f03.png");
+  const std::string bytes = testing::ReadFileBytes(dir / "f03.png");
   testing::writeFileBytes(dir / "f03.png", bytes.substr(0, bytes.size() / 2));
   writePng8(numberedFrame(4, 20, 12), dir / "f04.png");
   MediaReader reader(dir / "f%02d.png");
@@ -159,7 +159,7 @@ TEST_P(DamagedVideo, ReportsTheDamagedFrameAfterGoodOnes) {
   const std::filesystem::path file = dir / GetParam();
   writeClip(SyntheticClip(smallClip(10)), file);
   const auto [pos, size] = packetRange(file, 6);  // noise over the middle of frame 6
-  std::string bytes = testing::readFileBytes(file);
+  std::string bytes = testing::ReadFileBytes(file);
   for (int i = size / 4; i < size * 3 / 4; ++i) bytes[static_cast<std::size_t>(pos + i)] ^= static_cast<char>(0x5a + i);
   testing::writeFileBytes(file, bytes);
 
@@ -178,7 +178,7 @@ INSTANTIATE_TEST_SUITE_P(Codecs, DamagedVideo, ::testing::Values("ffv1.mkv", "pr
 // Cuts a file in the middle of one frame's data.
 void truncateInFrame(const std::filesystem::path& file, int frame) {
   const auto [pos, size] = packetRange(file, frame);
-  testing::writeFileBytes(file, testing::readFileBytes(file).substr(0, static_cast<std::size_t>(pos + size / 2)));
+  testing::writeFileBytes(file, testing::ReadFileBytes(file).substr(0, static_cast<std::size_t>(pos + size / 2)));
 }
 
 TEST(MediaReaderErrors, TruncatedFiles) {

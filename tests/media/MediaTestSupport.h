@@ -68,10 +68,7 @@ inline std::pair<std::int64_t, std::string> frameErrorOf(const std::function<voi
   return {-1, {}};
 }
 
-inline std::string readFileBytes(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using testsupport::ReadFileBytes;
 
 inline void writeFileBytes(const std::filesystem::path& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

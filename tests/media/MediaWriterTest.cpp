@@ -219,7 +219,7 @@ TEST(MediaWriterErrors, RefusesToOverwriteUnlessAllowed) {
   testing::writeFileBytes(dir / "taken.mp4", "precious");
   EXPECT_EQ(mediaErrorOf(MediaErrc::OutputExists, [&] { MediaWriter w(dir / "taken.mp4", WriterOptions{}); }),
             (dir / "taken.mp4").string() + " already exists; refusing to overwrite it");
-  EXPECT_EQ(testing::readFileBytes(dir / "taken.mp4"), "precious");
+  EXPECT_EQ(testing::ReadFileBytes(dir / "taken.mp4"), "precious");
   writeClip(SyntheticClip(smallClip(2)), dir / "taken.mp4", overwrite);
   EXPECT_EQ(MediaReader(dir / "taken.mp4").info().frameCount, 2);
 }

@@ -29,15 +29,7 @@ const std::map<A_long, std::array<double, 13>> kPresetRows = {
     {7, {12, -12, 1, 35, 15, 100, 45, 10, 50, 0, 500, 500, 50}},
 };
 
-// Sets an environment variable for the scope's length.
-class ScopedEnv {
- public:
-  ScopedEnv(const char* name, const std::string& value) : name_(name) { testsupport::SetEnv(name, value); }
-  ~ScopedEnv() { testsupport::UnsetEnv(name_); }
-
- private:
-  const char* name_;
-};
+using testsupport::ScopedEnv;
 
 class PresetTest : public AfterEffectsTest {
  protected:

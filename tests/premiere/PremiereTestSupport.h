@@ -103,30 +103,8 @@ inline dshost::InMemoryClip MovingClip(int width, int height, int frames) {
   return clip;
 }
 
-// The largest absolute difference over every channel of two images of one
-// size (infinity when the sizes differ or a value is not finite).
-inline float MaxDifference(const dshost::ImageF& a, const dshost::ImageF& b) {
-  if (a.width != b.width || a.height != b.height || a.bgra.size() != b.bgra.size()) return INFINITY;
-  float worst = 0.0f;
-  for (size_t i = 0; i < a.bgra.size(); ++i) {
-    const float d = std::fabs(a.bgra[i] - b.bgra[i]);
-    if (!std::isfinite(d)) return INFINITY;
-    worst = std::fmax(worst, d);
-  }
-  return worst;
-}
-
-// Pixels of two images of one size with a channel that differs by more than
-// `tolerance`.
-inline int DifferingPixels(const dshost::ImageF& a, const dshost::ImageF& b, float tolerance = 1e-3f) {
-  int count = 0;
-  for (size_t i = 0; i + 3 < a.bgra.size() && a.bgra.size() == b.bgra.size(); i += 4) {
-    bool differs = false;
-    for (size_t c = 0; c < 4; ++c) differs = differs || !(std::fabs(a.bgra[i + c] - b.bgra[i + c]) <= tolerance);
-    count += differs ? 1 : 0;
-  }
-  return count;
-}
+using testsupport::DifferingPixels;
+using testsupport::MaxDifference;
 
 // Whether every value of the image lies in [0, 1]: the scene's colours stay
 // there, while the host's unwritten bytes (785 as a float, 4.27 as a half) or

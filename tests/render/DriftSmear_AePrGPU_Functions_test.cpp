@@ -33,9 +33,6 @@ using dshost::DeviceBuffer;
 using dshost::GpuApi;
 using dshost::GpuDevice;
 using testsupport::LinesContaining;
-using testsupport::LogFilePath;
-using testsupport::ReadLines;
-using testsupport::ScopedTempDir;
 
 TEST(ShortGPUName, TheLastBrandWordFollowedByANumberWins) {
   EXPECT_EQ(ShortGPUName("NVIDIA GeForce GTX 1080 Ti"), "GTX 1080");
@@ -68,20 +65,14 @@ TEST(OpenCLErrorText, NamesTheFiftyNineCodesInHexadecimal) {
 
 // The log of this process's device layer, written under a fresh temporary
 // folder.
-class LayerLog {
+class LayerLog : public testsupport::LogCapture {
  public:
-  LayerLog() { EXPECT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), ""); }
-  std::vector<std::string> Lines() const { return ReadLines(LogFilePath(temp_.path())); }
   // Error lines of one function of the layer with this message.
   size_t Errors(const std::string& function, const std::string& message) const {
-    return LinesContaining(LinesContaining(Lines(), "ERROR [DriftSmear_AePrGPU_Functions.cpp:"),
-                           ":" + function + "] :: " + message)
+    return LinesContaining(LogCapture::Errors("DriftSmear_AePrGPU_Functions.cpp:"), ":" + function + "] :: " + message)
         .size();
   }
   bool Has(const std::string& text) const { return !LinesContaining(Lines(), text).empty(); }
-
- private:
-  ScopedTempDir temp_;
 };
 
 TEST(InitializeGPU, RefusesAMissingListMetalAndUnknownFrameworks) {

@@ -3,37 +3,22 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <vector>
 
 #include "common/TestSupport.h"
 #include "stb_image.h"
-#include "support/LogsController.h"
 #include "ui/DriftSmear_UI_Handler.h"
 #include "ui/ModuleResources.h"
 #include "ui/TextConversion.h"
 #include "ui/UITestSupport.h"
 
-using testsupport::LinesContaining;
-using testsupport::LogFilePath;
-using testsupport::ReadLines;
-
 namespace {
-
-std::vector<unsigned char> FileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 class AboutImageTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), ""); }
-  std::vector<std::string> Errors() const {
-    return LinesContaining(ReadLines(LogFilePath(temp_.path())), "ERROR [DriftSmear_UI_Handler.cpp:");
-  }
-  testsupport::ScopedTempDir temp_;
+  std::vector<std::string> Errors() const { return log_.Errors("DriftSmear_UI_Handler.cpp:"); }
+  testsupport::LogCapture log_;
   uitest::StaticUIHost host_{/*withImage=*/false};
 };
 
@@ -44,7 +29,7 @@ TEST_F(AboutImageTest, ResourceIsTheShippedPngByteForByte) {
   ASSERT_TRUE(resource.found);
   const void* bytes = LockModuleResource(resource);
   ASSERT_NE(bytes, nullptr);
-  const auto file = FileBytes(uitest::AboutImagePath());
+  const std::string file = testsupport::ReadFileBytes(uitest::AboutImagePath());
   ASSERT_EQ(resource.size, file.size());
   EXPECT_EQ(std::memcmp(bytes, file.data(), file.size()), 0);
 

@@ -6,14 +6,10 @@
 #include "common/TestSupport.h"
 #include "host/drawbot/DrawbotSuites.h"
 #include "render/GPUStatusInfo.h"
-#include "support/LogsController.h"
 #include "ui/DriftSmear_UI_Handler.h"
 #include "ui/UITestSupport.h"
 
 using namespace uitest;
-using testsupport::LinesContaining;
-using testsupport::LogFilePath;
-using testsupport::ReadLines;
 
 namespace {
 
@@ -39,7 +35,6 @@ void SetTexts(const std::string& gpu, const std::string& framework, const std::s
 class PanelDrawingTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_EQ(LoggerInit("com.qrn.driftsmear", "Quarnbrook Graphics"), "");
     SetTexts({}, {});
     dshost::ResetDrawbotCallCounters();
   }
@@ -48,11 +43,9 @@ class PanelDrawingTest : public ::testing::Test {
     dshost::ClearDrawbotFaults();
     EXPECT_EQ(dshost::DrawbotLiveObjectCount(), 0u) << "every Drawbot object is released";
   }
-  std::vector<std::string> ErrorLines() const {
-    return LinesContaining(ReadLines(LogFilePath(temp_.path())), "ERROR [DriftSmear_UI_Handler.cpp:");
-  }
+  std::vector<std::string> ErrorLines() const { return log_.Errors("DriftSmear_UI_Handler.cpp:"); }
 
-  testsupport::ScopedTempDir temp_;
+  testsupport::LogCapture log_;
   DrawbotCanvas canvas_{300, 130, kCanvasColor};
 };
 
@@ -83,7 +76,7 @@ TEST_F(PanelDrawingTest, GPULineOnceARenderNamedTheGPU) {
   StaticUIHost host;
   SetTexts("RTX 4090", "CUDA");
   ASSERT_EQ(host.DrawPanel(canvas_, kFrame), PF_Err_NONE);
-  canvas_.SavePng((temp_.path() / "panel_gpu.png").string());
+  canvas_.SavePng((log_.folder() / "panel_gpu.png").string());
 
   EXPECT_GT(CountPixels(canvas_, kLabelBox, IsLight), 10) << "\"GPU:\" in white";
   EXPECT_EQ(CountPixels(canvas_, kLabelBox, IsGreen), 0);
@@ -195,7 +188,7 @@ TEST_F(PanelDrawingTest, WindowNoticeAtItsTwoPositions) {
   // Capitals only, so the baselines show as the bottoms of the glyphs.
   SetTexts({}, {}, "DRIFT SMEAR", "GO IN FILE");
   ASSERT_EQ(host.DrawWindow(window), PF_Err_NONE);
-  window.SavePng((temp_.path() / "composition_notice.png").string());
+  window.SavePng((log_.folder() / "composition_notice.png").string());
   const Box headline = BoundsOf(window, Box{0, 0, 400, 32}, IsRed);
   const Box instruction = BoundsOf(window, Box{0, 32, 400, 80}, IsRed);
   EXPECT_NEAR(headline.left, 11, 2);
