@@ -76,7 +76,6 @@ TEST_F(PanelDrawingTest, GPULineOnceARenderNamedTheGPU) {
   StaticUIHost host;
   SetTexts("RTX 4090", "CUDA");
   ASSERT_EQ(host.DrawPanel(canvas_, kFrame), PF_Err_NONE);
-  canvas_.SavePng((log_.folder() / "panel_gpu.png").string());
 
   EXPECT_GT(CountPixels(canvas_, kLabelBox, IsLight), 10) << "\"GPU:\" in white";
   EXPECT_EQ(CountPixels(canvas_, kLabelBox, IsGreen), 0);
@@ -188,7 +187,6 @@ TEST_F(PanelDrawingTest, WindowNoticeAtItsTwoPositions) {
   // Capitals only, so the baselines show as the bottoms of the glyphs.
   SetTexts({}, {}, "DRIFT SMEAR", "GO IN FILE");
   ASSERT_EQ(host.DrawWindow(window), PF_Err_NONE);
-  window.SavePng((log_.folder() / "composition_notice.png").string());
   const Box headline = BoundsOf(window, Box{0, 0, 400, 32}, IsRed);
   const Box instruction = BoundsOf(window, Box{0, 32, 400, 80}, IsRed);
   EXPECT_NEAR(headline.left, 11, 2);
