@@ -135,7 +135,9 @@ std::vector<RunResult> RunCliTogether(const std::vector<std::vector<std::string>
   }
   System(command + "wait");
   std::vector<RunResult> results;
-  for (const RunFiles& run : files) results.push_back(run.Collect(std::atoi(testsupport::ReadFileBytes(run.code).c_str())));
+  for (const RunFiles& run : files) {
+    results.push_back(run.Collect(std::atoi(testsupport::ReadFileBytes(run.code).c_str())));
+  }
   return results;
 }
 
@@ -158,7 +160,9 @@ RunResult RunCliWithFileLimit(const std::vector<std::string>& args, int kilobyte
 RunResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env) {
   const RunFiles files;
   std::vector<std::unique_ptr<testsupport::ScopedEnv>> environment;
-  for (const auto& [name, value] : env) environment.push_back(std::make_unique<testsupport::ScopedEnv>(name.c_str(), value));
+  for (const auto& [name, value] : env) {
+    environment.push_back(std::make_unique<testsupport::ScopedEnv>(name.c_str(), value));
+  }
   return files.Collect(System(files.Command(args)));
 }
 
