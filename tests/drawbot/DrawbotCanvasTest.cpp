@@ -60,24 +60,6 @@ TEST_F(DrawbotCanvasTest, ClearRestoresColourAndState) {
   EXPECT_THROW(DrawbotCanvas(-1, 4), std::invalid_argument);
 }
 
-TEST(DrawbotSuiteEntries, PublishTheNamesAndVersionsPlugInsAcquire) {
-  std::set<std::pair<std::string, int>> published;
-  for (const DrawbotSuiteEntry& e : DrawbotSuiteEntries()) {
-    EXPECT_NE(e.table, nullptr);
-    published.insert({e.name, e.version});
-  }
-  for (const auto& wanted : std::set<std::pair<std::string, int>>{{"DRAWBOT Draw Suite", 1},
-                                                                  {"DRAWBOT Supplier Suite", 1},
-                                                                  {"DRAWBOT Surface Suite", 1},
-                                                                  {"DRAWBOT Surface Suite", 2},
-                                                                  {"DRAWBOT Path Suite", 1}}) {
-    EXPECT_EQ(published.count(wanted), 1u) << wanted.first << " v" << wanted.second;
-  }
-  const DRAWBOT_Suites set = DrawbotSuiteSet();
-  EXPECT_EQ(set.surface_suiteP, DrawbotSurfaceSuite());
-  EXPECT_NE(set.surface_suiteP->GetTransformToScreenScale, nullptr);
-}
-
 // Plug-ins pass these values: a renumbered constant breaks every compiled
 // plug-in. (The tables' layout is checked with the other host declarations.)
 TEST(DrawbotSuiteLayout, ConstantsKeepTheirValues) {

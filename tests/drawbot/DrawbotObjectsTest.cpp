@@ -14,26 +14,18 @@ TEST_F(DrawbotObjectsTest, EveryMadeObjectCountsUntilReleased) {
   DrawbotCanvas canvas(4, 4);
   Open(canvas);
   const std::size_t base = DrawbotLiveObjectCount();
-  const DRAWBOT_ColorRGBA white{1, 1, 1, 1};
-  const std::uint8_t pixel[4] = {1, 2, 3, 4};
-  DRAWBOT_PenRef pen = nullptr;
-  DRAWBOT_BrushRef brush = nullptr;
-  DRAWBOT_FontRef font = nullptr;
-  DRAWBOT_ImageRef image = nullptr;
-  DRAWBOT_PathRef path = nullptr;
-  ASSERT_EQ(suites_.supplier_suiteP->NewPen(supplier_, &white, 1.0f, &pen), kSPNoError);
-  ASSERT_EQ(suites_.supplier_suiteP->NewBrush(supplier_, &white, &brush), kSPNoError);
-  ASSERT_EQ(suites_.supplier_suiteP->NewDefaultFont(supplier_, 12.0f, &font), kSPNoError);
-  ASSERT_EQ(suites_.supplier_suiteP->NewImageFromBuffer(supplier_, 1, 1, 4, kDRAWBOT_PixelLayout_32BGR, pixel, &image),
-            kSPNoError);
-  ASSERT_EQ(suites_.supplier_suiteP->NewPath(supplier_, &path), kSPNoError);
-  EXPECT_EQ(DrawbotLiveObjectCount(), base + 5);
-
-  const DRAWBOT_ObjectRef made[] = {
-      reinterpret_cast<DRAWBOT_ObjectRef>(pen), reinterpret_cast<DRAWBOT_ObjectRef>(brush),
-      reinterpret_cast<DRAWBOT_ObjectRef>(font), reinterpret_cast<DRAWBOT_ObjectRef>(image),
-      reinterpret_cast<DRAWBOT_ObjectRef>(path)};
-  for (DRAWBOT_ObjectRef ref : made) ASSERT_EQ(suites_.supplier_suiteP->ReleaseObject(ref), kSPNoError);
+  {
+    const DRAWBOT_ColorRGBA white{1, 1, 1, 1};
+    const std::uint8_t pixel[4] = {1, 2, 3, 4};
+    DRAWBOT_PenRef pen = nullptr;
+    ASSERT_EQ(suites_.supplier_suiteP->NewPen(supplier_, &white, 1.0f, &pen), kSPNoError);
+    const Held pen_hold(pen);
+    const auto brush = NewBrush(white);
+    const auto font = NewFont(12.0f);
+    const auto image = NewImage(1, 1, 4, kDRAWBOT_PixelLayout_32BGR, pixel);
+    const auto path = NewPath();
+    EXPECT_EQ(DrawbotLiveObjectCount(), base + 5);
+  }
   EXPECT_EQ(DrawbotLiveObjectCount(), base);
   EXPECT_EQ(DrawbotCallCount("ReleaseObject"), 5u);
 }
