@@ -61,7 +61,6 @@ TEST_F(SmartRender, EarlierFramesAreCheckedOutFrameOffsetTimeStepsBack) {
   // 3 - 4.5 gives -1, not -2.
   host().parameters().SetValueById(kDiskFrameOffset, 0.45);
   EXPECT_EQ(CheckoutTimes(ae_->Render(clip_, 3).log), (std::vector<A_long>{3, -1, -6}));
-  host().parameters().SetValueById(kDiskFrameOffset, 0.5);
 
   // A negative offset looks at later frames; 0 asks for the current frame in
   // every slot.
