@@ -19,9 +19,7 @@ TEST(NameTables, CommandNamesFollowTheSelectorValues) {
   EXPECT_EQ(CommandName(PF_Cmd_SMART_RENDER_GPU), "PF_Cmd_SMART_RENDER_GPU");
   EXPECT_EQ(CommandName(PF_Cmd_GPU_DEVICE_SETDOWN), "PF_Cmd_GPU_DEVICE_SETDOWN");
   EXPECT_EQ(CommandName(PF_Cmd_NUM_CMDS), "PF_Cmd_NUM_CMDS");
-}
-
-TEST(NameTables, LookupsPastTheTablesAreNamedByNumber) {
+  // Past the tables, by number.
   EXPECT_EQ(CommandName(35), "PF_Cmd?UNKNOWN (35)");
   EXPECT_EQ(CommandName(-2), "PF_Cmd?UNKNOWN (-2)");
   EXPECT_EQ(CommandName(1000000), "PF_Cmd?UNKNOWN (1000000)");
