@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -28,15 +29,8 @@ int RunShell(const std::string& command, std::string* err, const std::string& en
                            Quote(std::string(DRIFTSMEAR_BUILD_DIR) + "/pocl-cache") + " " + environment + " " +
                            command + " </dev/null 2>" + Quote(errFile.string());
   const int status = std::system(line.c_str());
-  std::string text;
-  if (FILE* file = std::fopen(errFile.c_str(), "rb")) {
-    char buffer[4096];
-    size_t read = 0;
-    while ((read = std::fread(buffer, 1, sizeof(buffer), file)) > 0) text.append(buffer, read);
-    std::fclose(file);
-  }
+  if (err != nullptr) *err = testsupport::ReadFileBytes(errFile);
   fs::remove(errFile);
-  if (err != nullptr) *err = text;
   return status;
 }
 
@@ -233,15 +227,10 @@ TEST(Frei0rMelt, ASeekRestartsTheRing) {
   const fs::path clip = VideoClip(scratch);
   const auto document = [&](const std::string& name, const std::string& entries) {
     const fs::path path = scratch / name;
-    FILE* file = std::fopen(path.c_str(), "wb");
-    EXPECT_NE(file, nullptr);
-    std::fprintf(file,
-                 "<mlt><producer id=\"clip\"><property name=\"resource\">%s</property>"
-                 "<filter><property name=\"mlt_service\">frei0r.driftsmear</property>"
-                 "<property name=\"trail\">1</property></filter></producer>"
-                 "<playlist id=\"cuts\">%s</playlist></mlt>\n",
-                 clip.c_str(), entries.c_str());
-    std::fclose(file);
+    std::ofstream(path) << "<mlt><producer id=\"clip\"><property name=\"resource\">" << clip.string()
+                        << "</property><filter><property name=\"mlt_service\">frei0r.driftsmear</property>"
+                           "<property name=\"trail\">1</property></filter></producer><playlist id=\"cuts\">"
+                        << entries << "</playlist></mlt>\n";
     return Quote(path.string());
   };
   const std::vector<dshost::ImageF> cuts = Melt(
