@@ -1,5 +1,5 @@
-// The kernel data record's layout and its filling from the parameters, with
-// the values served by our host.
+// The kernel data record's filling from the parameters, with the values
+// served by our host. (Its layout is checked where it is declared.)
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -14,17 +14,6 @@
 #include "params/DriftSmear_Parameters.h"
 
 using paramstest::AfterEffectsTest;
-
-TEST(KernelDataLayout, SizeAndOffsetsOfTheSharedRecord) {
-  EXPECT_EQ(sizeof(KernelData), 472u);
-  EXPECT_EQ(offsetof(KernelData, is_activated), 0u);
-  EXPECT_EQ(offsetof(KernelData, originH), 4u);
-  EXPECT_EQ(offsetof(KernelData, originV), 204u);
-  EXPECT_EQ(offsetof(KernelData, numFrames), 404u);
-  EXPECT_EQ(offsetof(KernelData, offsetX), 432u);
-  EXPECT_EQ(offsetof(KernelData, isPremult), 460u);
-  EXPECT_EQ(offsetof(KernelData, showDebugData), 468u);
-}
 
 namespace {
 

@@ -119,14 +119,12 @@ TEST_F(AfterEffectsTest, NamesReachTheHostAsGbkBytes) {
   EXPECT_EQ(NameOf(Definition(21)), "undefined");
 }
 
-TEST_F(AfterEffectsTest, FailingAddParamStopsTheSetupWithItsCode) {
+TEST_F(AfterEffectsTest, AFailingHostCallStopsTheSetupWithItsCode) {
   FailNext("inter.add_param", 5, PF_Err_OUT_OF_MEMORY);
   EXPECT_EQ(host().Call(PF_Cmd_PARAMS_SETUP), PF_Err_OUT_OF_MEMORY);
   EXPECT_EQ(store().AddedCount(), 4u);
   EXPECT_EQ(host().out_data().num_params, 0);
-}
-
-TEST_F(AfterEffectsTest, FailingCustomUIRegistrationAddsNothing) {
+  // The custom UI is registered before any parameter.
   FailNext("inter.register_ui", 1, PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(host().Call(PF_Cmd_PARAMS_SETUP), PF_Err_INTERNAL_STRUCT_DAMAGED);
   EXPECT_EQ(store().AddedCount(), 0u);
