@@ -113,21 +113,7 @@ TEST(ConcurrentRender, AWideFrameSmallerThanThePremiereRenderIsPlacedFromItsOwnR
   session->SetParameter(kDiskFrames, 2);
   const ImageF fromSmall = session->RenderFrame(small, small.TimeOfFrame(2));
   const ImageF fromPlaced = session->RenderFrame(placed, placed.TimeOfFrame(2));
-  float worst = 0.0f;
-  int worstX = 0, worstY = 0;
-  for (int y = 0; y < kHeight; ++y) {
-    for (int x = 0; x < 700; ++x) {
-      for (int c = 0; c < 4; ++c) {
-        const float difference = std::abs(fromSmall.pixel(x, y)[c] - fromPlaced.pixel(x, y)[c]);
-        if (difference > worst) {
-          worst = difference;
-          worstX = x;
-          worstY = y;
-        }
-      }
-    }
-  }
-  EXPECT_LE(worst, 1e-6f) << "at " << worstX << "," << worstY;
+  EXPECT_LE(MaxDifference(fromSmall, fromPlaced, 0, 0, 700, kHeight), 1e-6f);
 }
 
 }  // namespace

@@ -36,38 +36,31 @@ class FrameDependencies : public ::testing::Test {
   PrGPUFilterRenderParams params_{};
 };
 
-TEST_F(FrameDependencies, TenFramesOneApartAskForTheNineFramesBefore) {
-  (*session_)->SetParameter(kDiskFrames, 10);
-  (*session_)->SetParameter(kDiskFrameOffset, 1);
+// Ten frames one apart ask for the nine frames before; a negative offset
+// looks into later frames.
+TEST_F(FrameDependencies, TenFramesAskForTheNineFramesTheOffsetApart) {
   const PrTime frame = params_.inRenderTicksPerFrame;
   ASSERT_EQ(frame, dshost::kPremiereTicksPerSecond / 25);
   ASSERT_EQ(params_.inSequenceTime, (kStartFrame + kFrame) * frame);
-
-  std::vector<DependencyQuery> log;
-  const auto dependencies = Query(&log);
-  ASSERT_EQ(dependencies.size(), 9u);
-  ASSERT_EQ(log.size(), 9u) << "the loop stops once the filter leaves the index as it was";
-  for (int q = 0; q < 9; ++q) {
-    SCOPED_TRACE("query " + std::to_string(q));
-    EXPECT_EQ(log[q].indexIn, q);
-    EXPECT_EQ(log[q].result, suiteError_NoError);
-    EXPECT_EQ(log[q].indexOut, q < 8 ? q + 1 : q) << "incremented while more follow";
-    EXPECT_EQ(dependencies[q].outDependencyType, PrGPUDependency_InputFrame);
-    EXPECT_EQ(dependencies[q].outTrackID, 0);
-    EXPECT_EQ(dependencies[q].outSequenceTime, params_.inSequenceTime - (q + 1) * frame);
+  (*session_)->SetParameter(kDiskFrames, 10);
+  for (const int offset : {1, -12}) {
+    SCOPED_TRACE("offset " + std::to_string(offset));
+    (*session_)->SetParameter(kDiskFrameOffset, offset);
+    std::vector<DependencyQuery> log;
+    const auto dependencies = Query(&log);
+    ASSERT_EQ(dependencies.size(), 9u);
+    ASSERT_EQ(log.size(), 9u) << "the loop stops once the filter leaves the index as it was";
+    for (int q = 0; q < 9; ++q) {
+      SCOPED_TRACE("query " + std::to_string(q));
+      EXPECT_EQ(log[q].indexIn, q);
+      EXPECT_EQ(log[q].result, suiteError_NoError);
+      EXPECT_EQ(log[q].indexOut, q < 8 ? q + 1 : q) << "incremented while more follow";
+      EXPECT_EQ(dependencies[q].outDependencyType, PrGPUDependency_InputFrame);
+      EXPECT_EQ(dependencies[q].outTrackID, 0);
+      EXPECT_EQ(dependencies[q].outSequenceTime, params_.inSequenceTime - offset * (q + 1) * frame);
+    }
   }
   EXPECT_EQ(session_->FilterErrors("GPUDriftSmear::GetFrameDependencies", "Frame numbers are wrong!"), 0u);
-}
-
-TEST_F(FrameDependencies, ANegativeOffsetLooksIntoLaterFrames) {
-  (*session_)->SetParameter(kDiskFrames, 10);
-  (*session_)->SetParameter(kDiskFrameOffset, -12);
-  const auto dependencies = Query();
-  ASSERT_EQ(dependencies.size(), 9u);
-  for (int q = 0; q < 9; ++q) {
-    EXPECT_EQ(dependencies[q].outSequenceTime, params_.inSequenceTime + 12 * (q + 1) * params_.inRenderTicksPerFrame)
-        << "query " << q;
-  }
 }
 
 TEST_F(FrameDependencies, EveryQueryIndexOnItsOwn) {
