@@ -1,19 +1,14 @@
 // The registration record (PiPL) inside the Windows module, decoded from its
-// bytes as the host reads it, against the effect's registration values and
-// against what the module itself reports through its registration entry and
-// its global setup.
+// bytes as the host reads it, against the effect's registration values: the
+// same values the setup tests expect from the module's registration entry
+// and global setup, so the record and the module agree.
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 
 #include "AE_Effect.h"
-#include "AE_PluginData.h"
-#include "common/TestSupport.h"
-#include "effect/DriftSmear.h"
-#include "host/EffectHost.h"
 #include "windows/WindowsTestSupport.h"
 
 namespace {
@@ -175,65 +170,4 @@ TEST_F(PiPLResource, ValuesAreTheRegistrationValues) {
   EXPECT_EQ(Word32(Payload("eGL2")), 0x0B001408u);
   EXPECT_EQ(PascalString(Payload("eMNA")), "KQVLDRSM");
   EXPECT_EQ(Word32(Payload("aeFL")), 8u);
-}
-
-namespace {
-
-struct Registration {
-  int calls = 0;
-  std::string name, matchName, category, entryPoint;
-  A_long kind = 0, major = 0, minor = 0, reserved = 0;
-};
-
-Registration* currentRegistration = nullptr;
-
-A_Err RecordRegistration(PF_PluginDataPtr, const A_u_char* name, const A_u_char* matchName,
-                         const A_u_char* category, const A_u_char* entryPoint, A_long kind, A_long major,
-                         A_long minor, A_long reserved) {
-  Registration& r = *currentRegistration;
-  ++r.calls;
-  r.name = reinterpret_cast<const char*>(name);
-  r.matchName = reinterpret_cast<const char*>(matchName);
-  r.category = reinterpret_cast<const char*>(category);
-  r.entryPoint = reinterpret_cast<const char*>(entryPoint);
-  r.kind = kind;
-  r.major = major;
-  r.minor = minor;
-  r.reserved = reserved;
-  return A_Err_NONE;
-}
-
-}  // namespace
-
-TEST_F(PiPLResource, AgreesWithTheModulesRegistrationEntry) {
-  const auto entry = reinterpret_cast<PluginDataEntryFunctionPtr>(
-      reinterpret_cast<void*>(GetProcAddress(wintest::PluginModule(), "PluginDataEntryFunction")));
-  ASSERT_NE(entry, nullptr);
-  Registration registration;
-  currentRegistration = &registration;
-  EXPECT_EQ(entry(nullptr, RecordRegistration, nullptr, "dshost", "1.0"), A_Err_NONE);
-  currentRegistration = nullptr;
-
-  ASSERT_EQ(registration.calls, 1);
-  EXPECT_EQ(registration.name, PascalString(Payload("name")));
-  EXPECT_EQ(registration.matchName, PascalString(Payload("eMNA")));
-  EXPECT_EQ(registration.category, PascalString(Payload("catg")));
-  EXPECT_EQ(registration.entryPoint, CString(Payload("8664")));
-  EXPECT_EQ(static_cast<std::uint32_t>(registration.kind), Word32(Payload("kind")));
-  EXPECT_EQ(registration.major, Word16(Payload("eSVR"), 0));
-  EXPECT_EQ(registration.minor, Word16(Payload("eSVR"), 2));
-  EXPECT_EQ(static_cast<std::uint32_t>(registration.reserved), Word32(Payload("aeFL")));
-}
-
-// The flags and version the host reads from the resource before loading the
-// module must be the ones the module's global setup reports.
-TEST_F(PiPLResource, AgreesWithTheModulesGlobalSetup) {
-  testsupport::ScopedTempDir temp;
-  dshost::EffectHost host(DRIFTSMEAR_MODULE_PATH);
-  host.Call(PF_Cmd_GLOBAL_SETUP);
-  const PF_OutData& out = host.out_data();
-  EXPECT_EQ(static_cast<std::uint32_t>(out.out_flags), Word32(Payload("eGLO")));
-  EXPECT_EQ(static_cast<std::uint32_t>(out.out_flags2), Word32(Payload("eGL2")));
-  EXPECT_EQ(static_cast<std::uint32_t>(out.my_version), Word32(Payload("eVER")));
-  host.Call(PF_Cmd_GLOBAL_SETDOWN);
 }
