@@ -25,9 +25,12 @@ GF_NAMESPACE_BEGIN
 
 // Every function below is written channel by channel in scalar arithmetic and
 // without branches in the per-pixel path (selects instead): CPU OpenCL
-// devices vectorise the work-item loop only then. Values that depend only on
-// the parameter record (the eased percent, the threshold band, the velocity
-// edges) are computed where the compiler can hoist them out of that loop.
+// devices vectorise the work-item loop, eight or sixteen pixels at a time,
+// only then, and only when their compiler has not already packed a pixel's
+// channels or a vector's two axes into short vectors (see GF_LATE_ONE and
+// sequenced()). Values that depend only on the parameter record (the eased
+// percent, the threshold band, the velocity edges) are computed where the
+// compiler can hoist them out of that loop.
 
 // Index of the pixel nearest below uv. A coordinate outside [0, 1) on either
 // axis has both components clamped to the low corner of the last pixel, so no
@@ -69,8 +72,24 @@ GF_DEVICE_FUNCTION int getTextureIndex(float u, float v, unsigned int width, uns
   return py * pitch + px;
 }
 
+// The normalised coordinate of pixel xy, its low corner (x / width,
+// y / height). It must be exact: every sample at the pixel itself takes the
+// nearest pixel at or below it, so a quotient one ulp low reads the pixel to
+// the left or above. OpenCL builds the text with relaxed math, under which
+// the division may become a multiplication by an estimated reciprocal; the
+// pragma keeps these two divisions IEEE ones.
+GF_DEVICE_FUNCTION float2 pixelCorner(uint2 xy, unsigned int width, unsigned int height) {
+#if GF_DEVICE_TARGET_OPENCL
+#pragma float_control(precise, on)
+#endif
+  return make_float2((float)xy.x / (float)width, (float)xy.y / (float)height);
+}
+
 // One channel (0 = B, 1 = G, 2 = R, 3 = A as stored) of pixel `index`.
 GF_DEVICE_FUNCTION float readChannel(GF_PTR_READ_ONLY(float4) buffer, int index, int channel, bool is16Bit) {
+#if GF_DEVICE_TARGET_OPENCL
+  channel *= GF_CHANNEL_STEP;
+#endif
   return ReadFloat((GF_PTR_READ_ONLY(float))buffer, 4 * index + channel, is16Bit);
 }
 
@@ -119,7 +138,7 @@ GF_DEVICE_FUNCTION float2 getFlowVector(float fx, float fy, float2 scale) {
 GF_DEVICE_FUNCTION float2 getFlow(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ_ONLY(float4) inCur,
                                   GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params, unsigned int width,
                                   unsigned int height, int prePitch, int curPitch, bool is16Bit, uint2 xy) {
-  const float2 uv = make_float2((float)xy.x / (float)width, (float)xy.y / (float)height);
+  const float2 uv = pixelCorner(xy, width, height);
   const int preIndex = (int)xy.y * prePitch + (int)xy.x;
   const int curIndex = (int)xy.y * curPitch + (int)xy.x;
   // Premultiplied RGBA of both pixels (stored B, G, R, A).
@@ -171,12 +190,13 @@ GF_DEVICE_FUNCTION float4 FadeMotion(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ
                                      GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params, unsigned int width,
                                      unsigned int height, int prePitch, int curPitch, bool is16Bit, uint2 xy,
                                      float2 flow) {
-  const float2 uv = make_float2((float)xy.x / (float)width, (float)xy.y / (float)height);
+  const float2 uv = pixelCorner(xy, width, height);
   const float2 texel = make_float2(1.0f / (float)width, 1.0f / (float)height);
   const float4 current = bgra(half4ToFloat4(ReadFloat4(inCur, (int)xy.y * curPitch + (int)xy.x, is16Bit)));
 
   const float flowX = clampNum(flow.x, -1.0f, 1.0f);
-  const float flowY = clampNum(flow.y, -1.0f, 1.0f);
+  // (Sequenced: the two clamps would otherwise be packed into a pair.)
+  const float flowY = clampNum(sequenced(flow.y, flowX), -1.0f, 1.0f);
   const float flowMag = sqrt(flowX * flowX + flowY * flowY);
   const float thresholdMin = maxNum(params->threshold - 0.2f, 0.05f);
   const float thresholdMax = minNum(params->threshold + 0.2f, 0.95f);
@@ -205,8 +225,11 @@ GF_DEVICE_FUNCTION float4 FadeMotion(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ
   // coloured (1, u, v, 1).
   const bool watermark = !params->is_activated;
   const float cross = step(minNum(fabs(uv.x - uv.y), fabs(1.0f - uv.x - uv.y)), 0.005f) * 0.8f;
-  const float4 color = make_float4(watermark ? mix(r, 1.0f, cross) : r, watermark ? mix(g, uv.x, cross) : g,
-                                   watermark ? mix(b, uv.y, cross) : b, watermark ? mix(a, 1.0f, cross) : a);
+  // Both colours are computed and one is selected: a branch here would keep
+  // a CPU device's work-item loop from being vectorised.
+  const float4 marked = make_float4(mix(r, 1.0f, cross), mix(g, uv.x, cross), mix(b, uv.y, cross), mix(a, 1.0f, cross));
+  const float4 color = make_float4(watermark ? marked.x : r, watermark ? marked.y : g, watermark ? marked.z : b,
+                                   watermark ? marked.w : a);
 
   // Debug views replace the result (no threshold, percent or watermark).
   const int view = params->showDebugData;
@@ -260,7 +283,18 @@ GF_KERNEL_FUNCTION(MainKernel,
                     int inPrePitch, int inCurPitch, int inDstPitch, int in16f, unsigned int inWidth,
                     unsigned int inHeight),
                    (inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, in16f, inWidth, inHeight)) {
+#if GF_DEVICE_TARGET_OPENCL
+  // One copy of the pixel code per format, each with the format a constant:
+  // the work-item loop of a CPU device then holds no test of it per access
+  // (the one test moves out of the loop).
+  if (in16f != 0) {
+    mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, true, inWidth, inHeight, inXY);
+  } else {
+    mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, false, inWidth, inHeight, inXY);
+  }
+#else
   mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, !!in16f, inWidth, inHeight, inXY);
+#endif
 }
 
 // Copies inSrc into outDst with the source's (0, 0) at (inOffsetX, inOffsetY),

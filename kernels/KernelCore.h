@@ -93,6 +93,20 @@
 #define GF_NAMESPACE_END }
 #endif
 
+// A CPU OpenCL device runs a work-group as a loop over its work-items and
+// vectorises that loop across work-items, eight or sixteen pixels at a time.
+// Before that loop exists its compiler also pairs up independent scalar
+// computations of the same shape within one work-item (a pixel's four
+// channels, the two axes of a vector, two samples) into two- or four-wide
+// vectors, and a loop that holds such vectors stays scalar. GF_LATE_ONE is 1,
+// but the compiler cannot know it until the work-group size is a constant,
+// which it is only once the loop is built (every work-group has at least one
+// work-item): expressions written with it hide what the pairing looks for and
+// fold away before the loop is vectorised.
+#if GF_DEVICE_TARGET_OPENCL
+#define GF_LATE_ONE ((int)min(get_local_size(0), (size_t)1))
+#endif
+
 #if GF_DEVICE_TARGET_HOST
 #include <cmath>
 #include <cstddef>

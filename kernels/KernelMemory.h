@@ -12,70 +12,82 @@ GF_NAMESPACE_BEGIN
 
 #if GF_DEVICE_TARGET_OPENCL
 
-// Without GF_OPENCL_SUPPORTS_16F the half paths are compiled out and every
-// access is a 32-bit one, whatever the flag says.
-GF_DEVICE_FUNCTION float2 ReadFloat2(GF_PTR_READ_ONLY(float2) image, int index, bool is16Bit) {
+// Channel positions are written with GF_LATE_ONE (see KernelCore.h), so that
+// a CPU device's pairing vectoriser does not pack a pixel's four channels into
+// one vector access.
+#define GF_CHANNEL_STEP GF_LATE_ONE
+
+// Without GF_OPENCL_SUPPORTS_16F every access is a 32-bit one, whatever the
+// flag says.
 #if GF_OPENCL_SUPPORTS_16F
-  if (is16Bit) {
-    return vload_half2((size_t)index, (const __global half*)image);
-  }
+#define GF_HALF_FRAMES(is16Bit) (is16Bit)
 #else
-  (void)is16Bit;
+#define GF_HALF_FRAMES(is16Bit) false
 #endif
-  return image[index];
+
+// A half's bits widened exactly to a float (zero, subnormal, normal, infinity
+// and NaN with its payload), as vload_half does, without a call or a branch.
+GF_DEVICE_FUNCTION float HalfBitsToFloat(uint h) {
+  const uint exponent = h & 0x7C00u;
+  const uint shifted = (h & 0x7FFFu) << 13;
+  const uint subnormal = as_uint((float)(h & 0x3FFu) * 5.9604644775390625e-8f);
+  const uint infOrNaN = shifted | 0x7F800000u;
+  const uint normal = shifted + 0x38000000u;
+  const uint magnitude = exponent == 0u ? subnormal : exponent == 0x7C00u ? infOrNaN : normal;
+  return as_float(magnitude | ((h & 0x8000u) << 16));
 }
 
-GF_DEVICE_FUNCTION void WriteFloat2(float2 pixel, GF_PTR(float2) image, int index, bool is16Bit) {
-#if GF_OPENCL_SUPPORTS_16F
-  if (is16Bit) {
-    vstore_half2_rtz(pixel, (size_t)index, (__global half*)image);
-    return;
-  }
-#else
-  (void)is16Bit;
-#endif
-  image[index] = pixel;
+// A float narrowed to a half's bits rounding toward zero, as vstore_half_rtz
+// does: finite values beyond the largest half give 65504, infinity stays
+// infinity and NaN a quiet NaN.
+GF_DEVICE_FUNCTION uint FloatToHalfBitsRtz(float value) {
+  const uint bits = as_uint(value);
+  const uint sign = (bits >> 16) & 0x8000u;
+  const uint exponent = (bits >> 23) & 0xFFu;
+  const uint mantissa = bits & 0x7FFFFFu;
+  const int halfExponent = (int)exponent - 112;
+  const uint payload = mantissa != 0u ? 0x200u | (mantissa >> 13) : 0u;
+  const uint infOrNaN = 0x7C00u | payload;
+  const uint normal = ((uint)halfExponent << 10) | (mantissa >> 13);
+  // 126 - exponent is the right shift of the full significand for a
+  // subnormal half; from 25 on nothing is left of it.
+  const uint subnormal = (mantissa | 0x800000u) >> min(126u - min(exponent, 126u), 31u);
+  const uint finite = halfExponent >= 31 ? 0x7BFFu : halfExponent <= 0 ? subnormal : normal;
+  return sign | (exponent == 0xFFu ? infOrNaN : finite);
 }
 
+// Element `index` of a frame: a float, or a half widened exactly.
 GF_DEVICE_FUNCTION float ReadFloat(GF_PTR_READ_ONLY(float) image, int index, bool is16Bit) {
-#if GF_OPENCL_SUPPORTS_16F
-  if (is16Bit) {
-    return vload_half((size_t)index, (const __global half*)image);
+  if (GF_HALF_FRAMES(is16Bit)) {
+    return HalfBitsToFloat(((const __global ushort*)image)[index]);
   }
-#else
-  (void)is16Bit;
-#endif
   return image[index];
 }
 
 GF_DEVICE_FUNCTION void WriteFloat(float value, GF_PTR(float) image, int index, bool is16Bit) {
-#if GF_OPENCL_SUPPORTS_16F
-  if (is16Bit) {
-    vstore_half_rtz(value, (size_t)index, (__global half*)image);
+  if (GF_HALF_FRAMES(is16Bit)) {
+    ((__global ushort*)image)[index] = (ushort)FloatToHalfBitsRtz(value);
     return;
   }
-#else
-  (void)is16Bit;
-#endif
   image[index] = value;
 }
 
-// Pixels are read and written one channel at a time (the same values as
-// vload_half4 / vstore_half4_rtz or a four-float access): a CPU device
-// vectorises a kernel across work-items only when every value in it is a
-// scalar.
+// Pixels are read and written one channel at a time (see GF_CHANNEL_STEP).
 GF_DEVICE_FUNCTION float4 ReadFloat4(GF_PTR_READ_ONLY(float4) image, int index, bool is16Bit) {
   GF_PTR_READ_ONLY(float) channels = (GF_PTR_READ_ONLY(float))image;
-  return make_float4(ReadFloat(channels, 4 * index, is16Bit), ReadFloat(channels, 4 * index + 1, is16Bit),
-                     ReadFloat(channels, 4 * index + 2, is16Bit), ReadFloat(channels, 4 * index + 3, is16Bit));
+  const int step = GF_CHANNEL_STEP;
+  return make_float4(ReadFloat(channels, 4 * index, is16Bit), ReadFloat(channels, 4 * index + step, is16Bit),
+                     ReadFloat(channels, 4 * index + 2 * step, is16Bit),
+                     ReadFloat(channels, 4 * index + 3 * step, is16Bit));
 }
 
 GF_DEVICE_FUNCTION void WriteFloat4(float4 pixel, GF_PTR(float4) image, int index, bool is16Bit) {
   GF_PTR(float) channels = (GF_PTR(float))image;
+  const int step = GF_CHANNEL_STEP;
   WriteFloat(pixel.x, channels, 4 * index, is16Bit);
-  WriteFloat(pixel.y, channels, 4 * index + 1, is16Bit);
-  WriteFloat(pixel.z, channels, 4 * index + 2, is16Bit);
-  WriteFloat(pixel.w, channels, 4 * index + 3, is16Bit);
+  WriteFloat(pixel.y, channels, 4 * index + step, is16Bit);
+  WriteFloat(pixel.z, channels, 4 * index + 2 * step, is16Bit);
+  WriteFloat(pixel.w, channels, 4 * index + 3 * step, is16Bit);
 }
 
 #elif GF_DEVICE_TARGET_CUDA

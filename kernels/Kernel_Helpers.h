@@ -77,6 +77,19 @@ GF_DEVICE_FUNCTION float smoothStep(float edge0, float edge1, float x) {
 
 GF_DEVICE_FUNCTION int clampInt(int x, int lo, int hi) { return x < lo ? lo : x > hi ? hi : x; }
 
+// `value`, computed after `earlier`: on a CPU OpenCL device the two can then
+// not be packed into one vector (see GF_LATE_ONE). The result is `value`
+// itself on every back end; on OpenCL the dependency folds away once the
+// work-group size is known.
+GF_DEVICE_FUNCTION float sequenced(float value, float earlier) {
+#if GF_DEVICE_TARGET_OPENCL
+  return as_float(as_uint(value) | (as_uint(earlier) & (uint)(GF_LATE_ONE - 1)));
+#else
+  (void)earlier;
+  return value;
+#endif
+}
+
 #if GF_DEVICE_TARGET_OPENCL
 // cos(a) (phase 0) or sin(a) (phase 3) in single precision, inlined: the
 // argument is reduced to [-pi/4, pi/4] around the nearest multiple of pi/2
