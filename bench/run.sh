@@ -3,7 +3,9 @@
 # machine, so the ratios compare like with like:
 #   - instructions per pixel per pass (callgrind) for the C++ build and PoCL,
 #     from bench/kernel_instructions.sh where the tree has it;
-#   - time per 1080p MainKernel pass, C++ build against OpenCL (kernel_bench);
+#   - time per 1080p MainKernel pass, C++ build against OpenCL (kernel_bench),
+#     each against the kernel text as it was before its speed work (the
+#     BASELINE commit, default 4540908), built and timed in the same run;
 #   - end-to-end fps of `driftsmear render --set frames=10` on a 1080p H.264
 #     clip against the decode+encode floor (ffmpeg, libx264 veryfast) and
 #     against `minterpolate=mi_mode=mci` and `tmix=frames=10` on the same clip;
@@ -52,22 +54,47 @@ if [[ -f bench/kernel_instructions.sh ]]; then
   figure() { awk -v key="$1" '$1 == key { $1 = ""; sub(/^ +/, ""); print }' <<<"$counts"; }
   instructions="$(figure cpp_instructions_per_pixel) (C++), $(figure pocl_instructions_per_pixel) (PoCL); PoCL's work-item loop: $(figure pocl_work_item_loop)"
 fi
-kernel_json="$work/kernel.json"
-"$build/bench/kernel_bench" --benchmark_filter='(Cpp|OpenCL)/1920/1080' --benchmark_format=json \
-  >"$kernel_json" 2>/dev/null || true
-pass_ms() {
-  python3 - "$kernel_json" "$1" <<'EOF'
+# The baseline's kernel_bench is built from `git archive` of that commit in
+# $build/kernel-baseline (later runs reuse its build).
+baseline=${BASELINE-4540908}
+baseline_bench=""
+if [[ -n "$baseline" ]] && git rev-parse -q --verify "$baseline^{commit}" >/dev/null; then
+  log "kernel_bench at $baseline"
+  baseline_dir="$build/kernel-baseline"
+  rm -rf "$baseline_dir/src" && mkdir -p "$baseline_dir/src"
+  git archive "$baseline" | tar -x -C "$baseline_dir/src"
+  if cmake -S "$baseline_dir/src" -B "$baseline_dir/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null &&
+    cmake --build "$baseline_dir/build" --target kernel_bench >/dev/null; then
+    baseline_bench="$baseline_dir/build/bench/kernel_bench"
+  fi
+fi
+# Medians of three passes, today's and the baseline's back to back.
+kernel_times() {  # BENCH JSON
+  "$1" --benchmark_filter='(Cpp|OpenCL)/1920/1080' --benchmark_repetitions=3 \
+    --benchmark_report_aggregates_only=true --benchmark_format=json >"$2" 2>/dev/null || true
+}
+kernel_times "$build/bench/kernel_bench" "$work/kernel.json"
+[[ -n "$baseline_bench" ]] && kernel_times "$baseline_bench" "$work/baseline.json"
+pass_ms() {  # JSON BACKEND
+  [[ -s "$1" ]] || { echo "—"; return; }
+  python3 - "$1" "$2" <<'EOF'
 import json, sys
 data = json.load(open(sys.argv[1]))
 for b in data.get("benchmarks", []):
-    if sys.argv[2] in b["name"] and not b.get("error_occurred"):
+    if sys.argv[2] in b["name"] and b.get("aggregate_name") == "median" and not b.get("error_occurred"):
         print("%.1f" % b["real_time"]); break
 else:
     print("—")
 EOF
 }
-cpp_ms=$(pass_ms Cpp)
-ocl_ms=$(pass_ms OpenCL)
+cpp_ms=$(pass_ms "$work/kernel.json" Cpp)
+ocl_ms=$(pass_ms "$work/kernel.json" OpenCL)
+cpp_before=$(pass_ms "$work/baseline.json" Cpp)
+ocl_before=$(pass_ms "$work/baseline.json" OpenCL)
+speedup() {  # NOW BEFORE
+  awk -v now="$1" -v before="$2" 'BEGIN {
+    if (now > 0 && before > 0) printf "before: %s ms, %.2f× faster", before, before / now; else print "before: not measured" }'
+}
 
 # ---- Clips ----------------------------------------------------------------------
 log "clips"
@@ -129,6 +156,7 @@ table="$work/table.md"
 cat >"$table" <<EOF
 Measured $(date -u '+%Y-%m-%d %H:%M UTC') by \`bench/run.sh\` on: $cpu ($simd), $(nproc) cores,
 device "$device"; load average $load_before before the run, $load_after after.
+"Before" is the kernel text of commit ${baseline:-(none)}, built and timed in this run.
 Render clips: testsrc2 H.264 (libx264 veryfast), \`--set frames=10\`, default settings otherwise;
 output frames 0 to $((frames - 1)) for the 1080p render and its bytes and memory, 10 to $((10 + frames - 1))
 for the thread counts and the ffmpeg filters (whole ten-frame windows), 10 and 11 at 4K.
@@ -136,8 +164,8 @@ for the thread counts and the ffmpeg filters (whole ten-frame windows), 10 and 1
 | Figure | Measured | Target |
 |---|---|---|
 | Instructions per pixel per pass (callgrind), C++ build and PoCL | $instructions | PoCL ≤ 600 |
-| 1080p \`MainKernel\` pass, C++ build (one thread) | $cpp_ms ms | ≥ 2× faster than before |
-| 1080p \`MainKernel\` pass, OpenCL | $ocl_ms ms | PoCL ≥ 4× faster than before |
+| 1080p \`MainKernel\` pass, C++ build (one thread) | $cpp_ms ms ($(speedup "$cpp_ms" "$cpp_before")) | ≥ 2× faster than before |
+| 1080p \`MainKernel\` pass, OpenCL | $ocl_ms ms ($(speedup "$ocl_ms" "$ocl_before")) | PoCL ≥ 4× faster than before |
 | Pass time OpenCL / C++ build | $(ratio "$ocl_ms" "$cpp_ms") | |
 | Decode + encode floor, 1080p (ffmpeg, libx264 veryfast) | $floor fps | |
 | \`driftsmear render\`, 1080p, frames=10 | $render_fps fps | ≥ 1 fps on PoCL |

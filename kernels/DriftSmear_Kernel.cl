@@ -225,11 +225,16 @@ GF_DEVICE_FUNCTION float4 FadeMotion(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ
   // coloured (1, u, v, 1).
   const bool watermark = !params->is_activated;
   const float cross = step(minNum(fabs(uv.x - uv.y), fabs(1.0f - uv.x - uv.y)), 0.005f) * 0.8f;
+#if GF_DEVICE_TARGET_OPENCL
   // Both colours are computed and one is selected: a branch here would keep
   // a CPU device's work-item loop from being vectorised.
   const float4 marked = make_float4(mix(r, 1.0f, cross), mix(g, uv.x, cross), mix(b, uv.y, cross), mix(a, 1.0f, cross));
   const float4 color = make_float4(watermark ? marked.x : r, watermark ? marked.y : g, watermark ? marked.z : b,
                                    watermark ? marked.w : a);
+#else
+  const float4 color = make_float4(watermark ? mix(r, 1.0f, cross) : r, watermark ? mix(g, uv.x, cross) : g,
+                                   watermark ? mix(b, uv.y, cross) : b, watermark ? mix(a, 1.0f, cross) : a);
+#endif
 
   // Debug views replace the result (no threshold, percent or watermark).
   const int view = params->showDebugData;
