@@ -76,8 +76,9 @@ GF_DEVICE_FUNCTION int getTextureIndex(float u, float v, unsigned int width, uns
 // y / height). It must be exact: every sample at the pixel itself takes the
 // nearest pixel at or below it, so a quotient one ulp low reads the pixel to
 // the left or above. OpenCL builds the text with relaxed math, under which
-// the division may become a multiplication by an estimated reciprocal; the
-// pragma keeps these two divisions IEEE ones.
+// the quotient may come out an ulp low (PoCL's vectorised work-item loop does,
+// even for powers of two); the pragma keeps these two divisions IEEE ones
+// where the compiler honours it.
 GF_DEVICE_FUNCTION float2 pixelCorner(uint2 xy, unsigned int width, unsigned int height) {
 #if GF_DEVICE_TARGET_OPENCL
 #pragma float_control(precise, on)
