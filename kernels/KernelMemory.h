@@ -72,6 +72,18 @@ GF_DEVICE_FUNCTION void WriteFloat(float value, GF_PTR(float) image, int index, 
   image[index] = value;
 }
 
+// Two-channel elements, one channel at a time like the pixels below.
+GF_DEVICE_FUNCTION float2 ReadFloat2(GF_PTR_READ_ONLY(float2) image, int index, bool is16Bit) {
+  GF_PTR_READ_ONLY(float) channels = (GF_PTR_READ_ONLY(float))image;
+  return make_float2(ReadFloat(channels, 2 * index, is16Bit), ReadFloat(channels, 2 * index + 1, is16Bit));
+}
+
+GF_DEVICE_FUNCTION void WriteFloat2(float2 pixel, GF_PTR(float2) image, int index, bool is16Bit) {
+  GF_PTR(float) channels = (GF_PTR(float))image;
+  WriteFloat(pixel.x, channels, 2 * index, is16Bit);
+  WriteFloat(pixel.y, channels, 2 * index + 1, is16Bit);
+}
+
 // Pixels are read and written one channel at a time (see GF_CHANNEL_STEP).
 GF_DEVICE_FUNCTION float4 ReadFloat4(GF_PTR_READ_ONLY(float4) image, int index, bool is16Bit) {
   GF_PTR_READ_ONLY(float) channels = (GF_PTR_READ_ONLY(float))image;
