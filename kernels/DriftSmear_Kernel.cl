@@ -47,13 +47,16 @@ GF_DEVICE_FUNCTION int getTextureIndex(float u, float v, unsigned int width, uns
   // everything from the upper bound up gives the bound, as clampNum does):
   // a CPU device's pairing vectoriser would otherwise pack u and v into
   // two-wide vectors, which keep its work-item loop from being vectorised.
+  // The row is computed after the column (sequencedAfterIndex), which keeps
+  // the two from being paired too.
   const bool outside = max(as_uint(u), as_uint(v)) >= 0x3F800000u;
   const float clampedU = clampNum(u, 0.0f, 1.0f - 1.0f / (float)width);
+  const int px = clampInt((int)((outside ? clampedU : u) * (float)width), 0, (int)width - 1);
+  v = sequencedAfterIndex(v, px);
   const float highV = 1.0f - 1.0f / (float)height;
   const unsigned int bv = as_uint(v);
   const float clampedV = bv > 0x7F800000u ? 0.0f : bv >= as_uint(highV) ? highV : v;
-  u = outside ? clampedU : u;
-  v = outside ? clampedV : v;
+  const int py = clampInt((int)((outside ? clampedV : v) * (float)height), 0, (int)height - 1);
 #else
   // On the bits, without branches: [+0, 1) are the patterns below that of
   // 1.0, and -0 is inside too; a NaN is outside.
@@ -64,11 +67,11 @@ GF_DEVICE_FUNCTION int getTextureIndex(float u, float v, unsigned int width, uns
   const float clampedV = clampNum(v, 0.0f, 1.0f - 1.0f / (float)height);
   u = outside ? clampedU : u;
   v = outside ? clampedV : v;
-#endif
-  // The coordinates are non-negative here, so converting through int
-  // truncates exactly as an unsigned conversion would.
   const int px = clampInt((int)(u * (float)width), 0, (int)width - 1);
   const int py = clampInt((int)(v * (float)height), 0, (int)height - 1);
+#endif
+  // (The coordinates are non-negative where they are converted, so converting
+  // through int truncates exactly as an unsigned conversion would.)
   return py * pitch + px;
 }
 
@@ -83,7 +86,8 @@ GF_DEVICE_FUNCTION float2 pixelCorner(uint2 xy, unsigned int width, unsigned int
 #if GF_DEVICE_TARGET_OPENCL
 #pragma float_control(precise, on)
 #endif
-  return make_float2((float)xy.x / (float)width, (float)xy.y / (float)height);
+  const float u = (float)xy.x / (float)width;
+  return make_float2(u, sequenced((float)xy.y, u) / (float)height);
 }
 
 // One channel (0 = B, 1 = G, 2 = R, 3 = A as stored) of pixel `index`.
@@ -113,11 +117,16 @@ GF_DEVICE_FUNCTION float4 getTexture(GF_PTR_READ_ONLY(float4) buffer, float2 uv,
 GF_DEVICE_FUNCTION float4 getGradientAt(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ_ONLY(float4) inCur, float2 uv,
                                         float2 offset, unsigned int width, unsigned int height, int prePitch,
                                         int curPitch, bool is16Bit) {
-  const float pre = grayAt(inPre, uv.x + offset.x, uv.y + offset.y, width, height, prePitch, is16Bit) -
-                    grayAt(inPre, uv.x - offset.x, uv.y - offset.y, width, height, prePitch, is16Bit);
-  const float cur = grayAt(inCur, uv.x + offset.x, uv.y + offset.y, width, height, curPitch, is16Bit) -
-                    grayAt(inCur, uv.x - offset.x, uv.y - offset.y, width, height, curPitch, is16Bit);
-  const float sum = pre + cur;
+  // Each sample is taken after the one before (sequenced), so that the four
+  // are not paired up either.
+  const float preAhead = grayAt(inPre, uv.x + offset.x, uv.y + offset.y, width, height, prePitch, is16Bit);
+  const float preBehind =
+      grayAt(inPre, sequenced(uv.x - offset.x, preAhead), uv.y - offset.y, width, height, prePitch, is16Bit);
+  const float curAhead =
+      grayAt(inCur, sequenced(uv.x + offset.x, preBehind), uv.y + offset.y, width, height, curPitch, is16Bit);
+  const float curBehind =
+      grayAt(inCur, sequenced(uv.x - offset.x, curAhead), uv.y - offset.y, width, height, curPitch, is16Bit);
+  const float sum = (preAhead - preBehind) + (curAhead - curBehind);
   return make_float4(sum, sum, sum, 0.0f);
 }
 
@@ -155,8 +164,9 @@ GF_DEVICE_FUNCTION float2 getFlow(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ_ON
 
   const float gradX =
       getGradientAt(inPre, inCur, uv, make_float2(params->offsetX, 0.0f), width, height, prePitch, curPitch, is16Bit).x;
-  const float gradY =
-      getGradientAt(inPre, inCur, uv, make_float2(0.0f, params->offsetY), width, height, prePitch, curPitch, is16Bit).x;
+  const float gradY = getGradientAt(inPre, inCur, make_float2(sequenced(uv.x, gradX), uv.y),
+                                    make_float2(0.0f, params->offsetY), width, height, prePitch, curPitch, is16Bit)
+                          .x;
   const float gradMag = sqrt(gradX * gradX + gradY * gradY + params->lambda);
   const float vx = movement * gradX / gradMag;
   const float vy = movement * gradY / gradMag;
@@ -195,24 +205,24 @@ GF_DEVICE_FUNCTION float4 FadeMotion(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ
   const float2 texel = make_float2(1.0f / (float)width, 1.0f / (float)height);
   const float4 current = bgra(half4ToFloat4(ReadFloat4(inCur, (int)xy.y * curPitch + (int)xy.x, is16Bit)));
 
+  // The vertical axis is computed after the horizontal one and each sample
+  // after the one before (sequenced), so that none of them are paired up.
   const float flowX = clampNum(flow.x, -1.0f, 1.0f);
-  // (Sequenced: the two clamps would otherwise be packed into a pair.)
-  const float flowY = clampNum(sequenced(flow.y, flowX), -1.0f, 1.0f);
+  const float stX = uv.x + flowX * texel.x * params->displaceIntensity;
+  const float flowY = clampNum(sequenced(flow.y, stX), -1.0f, 1.0f);
+  const float stY = uv.y + flowY * texel.y * params->displaceIntensity;
   const float flowMag = sqrt(flowX * flowX + flowY * flowY);
   const float thresholdMin = maxNum(params->threshold - 0.2f, 0.05f);
-  const float thresholdMax = minNum(params->threshold + 0.2f, 0.95f);
+  const float thresholdMax = minNum(sequenced(params->threshold, thresholdMin) + 0.2f, 0.95f);
   const float stepper = smoothStep(thresholdMin, thresholdMax, flowMag);
-
-  const float stX = uv.x + flowX * texel.x * params->displaceIntensity;
-  const float stY = uv.y + flowY * texel.y * params->displaceIntensity;
   const float2 shift = getChromaticShift(flowX, flowY, params->chromaticOffset, params->chromatic);
 
   // The displaced sample's green and alpha; red ahead of and blue behind it.
   const int index = getTextureIndex(stX, stY, width, height, prePitch);
-  const float datamoshR =
-      readChannel(inPre, getTextureIndex(stX + shift.x, stY + shift.y, width, height, prePitch), 2, is16Bit);
-  const float datamoshB =
-      readChannel(inPre, getTextureIndex(stX - shift.x, stY - shift.y, width, height, prePitch), 0, is16Bit);
+  const int indexR = getTextureIndex(sequencedAfterIndex(stX + shift.x, index), stY + shift.y, width, height, prePitch);
+  const int indexB = getTextureIndex(sequencedAfterIndex(stX - shift.x, indexR), stY - shift.y, width, height, prePitch);
+  const float datamoshR = readChannel(inPre, indexR, 2, is16Bit);
+  const float datamoshB = readChannel(inPre, indexB, 0, is16Bit);
   const float datamoshG = readChannel(inPre, index, 1, is16Bit);
   const float datamoshA = readChannel(inPre, index, 3, is16Bit);
 
@@ -263,7 +273,8 @@ GF_DEVICE_FUNCTION void mainPixel(GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT in
                                   int inDstPitch, bool is16Bit, unsigned int inWidth, unsigned int inHeight,
                                   uint2 inXY) {
   const bool inside = inXY.x < inWidth && inXY.y < inHeight;
-  const uint2 xy = make_uint2(inside ? inXY.x : 0u, inside ? inXY.y : 0u);
+  const unsigned int x = inside ? inXY.x : 0u;
+  const uint2 xy = make_uint2(x, inside ? (unsigned int)sequencedAfterIndex(0.0f, (int)x) + inXY.y : 0u);
 
   const float2 flow = getFlow(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, xy);
   const float4 color = FadeMotion(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, xy, flow);

@@ -90,6 +90,16 @@ GF_DEVICE_FUNCTION float sequenced(float value, float earlier) {
 #endif
 }
 
+// The same, after an integer (a pixel index).
+GF_DEVICE_FUNCTION float sequencedAfterIndex(float value, int earlier) {
+#if GF_DEVICE_TARGET_OPENCL
+  return as_float(as_uint(value) | ((uint)earlier & (uint)(GF_LATE_ONE - 1)));
+#else
+  (void)earlier;
+  return value;
+#endif
+}
+
 #if GF_DEVICE_TARGET_OPENCL
 // cos(a) (phase 0) or sin(a) (phase 3) in single precision, inlined: the
 // argument is reduced to [-pi/4, pi/4] around the nearest multiple of pi/2
@@ -97,7 +107,12 @@ GF_DEVICE_FUNCTION float sequenced(float value, float earlier) {
 // arguments the kernels use) and the Taylor series of cos and sin, accurate
 // to float precision on that range, is selected by quadrant.
 GF_DEVICE_FUNCTION float cosQuadrant(float a, int phase) {
-  const float q = rint(a * 0.636619772367581343f);
+  // The nearest multiple, rounded half away from zero through an integer
+  // conversion (any nearby integer keeps the reduction exact; the library's
+  // rint is a branching routine on some CPU devices, which would keep the
+  // work-item loop scalar). The bound keeps the conversion in range.
+  const float t = clamp(a * 0.636619772367581343f, -4194304.0f, 4194304.0f);
+  const float q = (float)(int)(t + copysign(0.5f, t));
   float r = a - q * 1.5703125f;
   r = r - q * 4.837512969970703125e-4f;
   r = r - q * 7.54978995489188216e-8f;
@@ -121,8 +136,9 @@ GF_DEVICE_FUNCTION float cosQuadrant(float a, int phase) {
 // vectorised).
 GF_DEVICE_FUNCTION float2 getChromaticShift(float fx, float fy, float offset, float chromatic) {
 #if GF_DEVICE_TARGET_OPENCL
-  return make_float2(cosQuadrant(fx * 3.141592653589793238f + offset, 0) * 0.0025f * chromatic,
-                     cosQuadrant(fy * 3.141592653589793238f + offset, 3) * 0.0025f * chromatic);
+  // The second axis after the first (see sequenced()).
+  const float x = cosQuadrant(fx * 3.141592653589793238f + offset, 0) * 0.0025f * chromatic;
+  return make_float2(x, cosQuadrant(sequenced(fy, x) * 3.141592653589793238f + offset, 3) * 0.0025f * chromatic);
 #else
   return make_float2((float)(cos(fx * 3.141592653589793238 + offset) * 0.0025 * chromatic),
                      (float)(sin(fy * 3.141592653589793238 + offset) * 0.0025 * chromatic));
