@@ -219,8 +219,10 @@ GF_DEVICE_FUNCTION float4 FadeMotion(GF_PTR_READ_ONLY(float4) inPre, GF_PTR_READ
 
   // The displaced sample's green and alpha; red ahead of and blue behind it.
   const int index = getTextureIndex(stX, stY, width, height, prePitch);
-  const int indexR = getTextureIndex(sequencedAfterIndex(stX + shift.x, index), stY + shift.y, width, height, prePitch);
-  const int indexB = getTextureIndex(sequencedAfterIndex(stX - shift.x, indexR), stY - shift.y, width, height, prePitch);
+  const int indexR =
+      getTextureIndex(sequencedAfterIndex(stX + shift.x, index), stY + shift.y, width, height, prePitch);
+  const int indexB =
+      getTextureIndex(sequencedAfterIndex(stX - shift.x, indexR), stY - shift.y, width, height, prePitch);
   const float datamoshR = readChannel(inPre, indexR, 2, is16Bit);
   const float datamoshB = readChannel(inPre, indexB, 0, is16Bit);
   const float datamoshG = readChannel(inPre, index, 1, is16Bit);
@@ -271,8 +273,8 @@ GF_DEVICE_FUNCTION void mainPixel(GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT in
                                   GF_PTR(float4) GF_BUFFER_RESTRICT outDst,
                                   GF_PTR_READ_ONLY(KernelData) GF_RESTRICT params, int inPrePitch, int inCurPitch,
                                   int inDstPitch, bool is16Bit, unsigned int inWidth, unsigned int inHeight,
-                                  uint2 inXY) {
-  const bool inside = inXY.x < inWidth && inXY.y < inHeight;
+                                  uint2 inXY, bool groupInside) {
+  const bool inside = groupInside || (inXY.x < inWidth && inXY.y < inHeight);
   const unsigned int x = inside ? inXY.x : 0u;
   const uint2 xy = make_uint2(x, inside ? (unsigned int)sequencedAfterIndex(0.0f, (int)x) + inXY.y : 0u);
 
@@ -301,16 +303,24 @@ GF_KERNEL_FUNCTION(MainKernel,
                     unsigned int inHeight),
                    (inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, in16f, inWidth, inHeight)) {
 #if GF_DEVICE_TARGET_OPENCL
-  // One copy of the pixel code per format, each with the format a constant:
-  // the work-item loop of a CPU device then holds no test of it per access
-  // (the one test moves out of the loop).
+  // One copy of the pixel code per case, each with the case a constant: the
+  // work-item loop of a CPU device then holds no test of it (the one test
+  // moves out of the loop). Float frames have a copy for work-groups that lie
+  // wholly inside the frame, whose every work-item writes: a conditional
+  // store keeps devices without masked interleaved stores (AVX2) from
+  // vectorising the loop. (The first work-item of the group is at the global
+  // id less the local id.)
+  const bool groupInside = get_global_id(0) - get_local_id(0) + get_local_size(0) <= inWidth &&
+                           get_global_id(1) - get_local_id(1) + get_local_size(1) <= inHeight;
   if (in16f != 0) {
-    mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, true, inWidth, inHeight, inXY);
+    mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, true, inWidth, inHeight, inXY, false);
+  } else if (groupInside) {
+    mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, false, inWidth, inHeight, inXY, true);
   } else {
-    mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, false, inWidth, inHeight, inXY);
+    mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, false, inWidth, inHeight, inXY, false);
   }
 #else
-  mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, !!in16f, inWidth, inHeight, inXY);
+  mainPixel(inPre, inCur, outDst, params, inPrePitch, inCurPitch, inDstPitch, !!in16f, inWidth, inHeight, inXY, false);
 #endif
 }
 

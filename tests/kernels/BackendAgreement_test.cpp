@@ -18,7 +18,10 @@
 // displaces by exactly displaceIntensity pixels, so the cases use fractional
 // displacements to keep those samples off the boundaries).
 //
-// The frames are 64 x 32: the pixel coordinates x / width are then exact in
+// The frames are 64 x 32, whose 16 x 16 work-groups lie wholly inside the
+// frame, and 64 x 8, whose work-groups all reach beyond it (OpenCL compiles a
+// copy of the pixel code for each case). The pixel coordinates x / width are
+// then exact in
 // IEEE arithmetic. The OpenCL text asks for IEEE division there, since uv is
 // a pixel's exact low corner and a quotient one ulp low samples the
 // neighbouring pixel (relaxed, PoCL's vectorised loop came out low even for
@@ -38,7 +41,7 @@ namespace driftsmear::testing {
 namespace {
 
 constexpr unsigned int kWidth = 64;
-constexpr unsigned int kHeight = 32;
+constexpr unsigned int kHeights[] = {32, 8};
 constexpr int kPitch = 70;
 constexpr float kMainTolerance = 2e-5f;
 constexpr float kDisplaceTolerance = 5e-4f;
@@ -55,13 +58,13 @@ struct Frames {
   PixelBuffer cur;
 };
 
-Frames MakeFrames(Scene scene, bool half, unsigned int seed) {
-  Frames frames{PixelBuffer(kWidth, kHeight, half, kPitch), PixelBuffer(kWidth, kHeight, half, kPitch)};
+Frames MakeFrames(Scene scene, bool half, unsigned int seed, unsigned int height) {
+  Frames frames{PixelBuffer(kWidth, height, half, kPitch), PixelBuffer(kWidth, height, half, kPitch)};
   std::mt19937 rng(seed);
   std::uniform_real_distribution<float> unit(0.0f, 1.0f);
   const float specials[] = {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
                             -std::numeric_limits<float>::infinity()};
-  for (unsigned int y = 0; y < kHeight; ++y) {
+  for (unsigned int y = 0; y < height; ++y) {
     for (unsigned int x = 0; x < kWidth; ++x) {
       for (PixelBuffer* image : {&frames.pre, &frames.cur}) {
         float4 p;
@@ -70,7 +73,7 @@ Frames MakeFrames(Scene scene, bool half, unsigned int seed) {
           const unsigned int shift = image == &frames.pre ? 3u : 0u;
           const float t = static_cast<float>(x + shift) / kWidth;
           const float bar = ((x + shift + y / 2) / 8) % 3 == 0 ? 0.6f : 0.0f;
-          p = make_float4(0.2f * t + bar, 0.1f + 0.5f * y / kHeight + bar, t, 1.0f - 0.3f * t);
+          p = make_float4(0.2f * t + bar, 0.1f + 0.5f * y / height + bar, t, 1.0f - 0.3f * t);
         } else {
           p = make_float4(unit(rng), unit(rng), unit(rng), unit(rng));
           if (scene == Scene::NonFinite && unit(rng) < 0.03f) {
@@ -129,18 +132,19 @@ bool NearBoundary(float sample, float own, unsigned int size) {
 // positions FadeMotion takes from it.
 std::vector<bool> SensitivePixels(const Frames& frames, const KernelData& params) {
   using namespace driftsmear::kernel;
-  std::vector<bool> sensitive(static_cast<std::size_t>(kWidth) * kHeight, false);
+  const unsigned int height = frames.cur.height();
+  std::vector<bool> sensitive(static_cast<std::size_t>(kWidth) * height, false);
   if (params.showDebugData >= 2 && params.showDebugData <= 5) {
     return sensitive;
   }
   const bool half = frames.cur.half();
-  for (unsigned int y = 0; y < kHeight; ++y) {
+  for (unsigned int y = 0; y < height; ++y) {
     for (unsigned int x = 0; x < kWidth; ++x) {
-      float2 flow = getFlow(frames.pre.data(), frames.cur.data(), &params, kWidth, kHeight, kPitch, kPitch, half,
+      float2 flow = getFlow(frames.pre.data(), frames.cur.data(), &params, kWidth, height, kPitch, kPitch, half,
                             make_uint2(x, y));
       flow = make_float2(clampNum(flow.x, -1.0f, 1.0f), clampNum(flow.y, -1.0f, 1.0f));
-      const float2 uv = make_float2(static_cast<float>(x) / kWidth, static_cast<float>(y) / kHeight);
-      const float2 st = uv + flow * make_float2(1.0f / kWidth, 1.0f / kHeight) * params.displaceIntensity;
+      const float2 uv = make_float2(static_cast<float>(x) / kWidth, static_cast<float>(y) / height);
+      const float2 st = uv + flow * make_float2(1.0f / kWidth, 1.0f / height) * params.displaceIntensity;
       const float2 shift = make_float2(
           static_cast<float>(std::cos(flow.x * 3.141592653589793238 + params.chromaticOffset) * 0.0025 *
                              params.chromatic),
@@ -148,8 +152,8 @@ std::vector<bool> SensitivePixels(const Frames& frames, const KernelData& params
                              params.chromatic));
       bool flagged = !Finite(frames.cur.Get(x, y));
       for (const float2 sample : {st, st + shift, st - shift}) {
-        flagged = flagged || NearBoundary(sample.x, uv.x, kWidth) || NearBoundary(sample.y, uv.y, kHeight);
-        flagged = flagged || !Finite(getTexture(frames.pre.data(), sample, kWidth, kHeight, kPitch, half));
+        flagged = flagged || NearBoundary(sample.x, uv.x, kWidth) || NearBoundary(sample.y, uv.y, height);
+        flagged = flagged || !Finite(getTexture(frames.pre.data(), sample, kWidth, height, kPitch, half));
       }
       sensitive[static_cast<std::size_t>(y) * kWidth + x] = flagged;
     }
@@ -161,31 +165,35 @@ std::vector<bool> SensitivePixels(const Frames& frames, const KernelData& params
 // compares the results.
 void ExpectMainKernelAgreement(KernelBackend& reference, KernelBackend& candidate) {
   unsigned int seed = 1;
-  for (Scene scene : {Scene::Random, Scene::Ramps, Scene::NonFinite}) {
-    for (bool half : {false, true}) {
-      const Frames frames = MakeFrames(scene, half, seed++);
-      for (const ParamCase& paramCase : kParamCases) {
-        KernelData params = DefaultParams();
-        // A saturated flow of +-1 displaces by exactly displaceIntensity
-        // pixels: a whole number would put those samples on pixel boundaries.
-        params.displaceIntensity = 5.3f;
-        paramCase.apply(params);
-        PixelBuffer expected(kWidth, kHeight, half, kPitch);
-        PixelBuffer actual(kWidth, kHeight, half, kPitch);
-        reference.RunMain(frames.pre, frames.cur, expected, params);
-        candidate.RunMain(frames.pre, frames.cur, actual, params);
-        const std::vector<bool> excluded = SensitivePixels(frames, params);
-        const auto excludedCount = static_cast<std::size_t>(std::count(excluded.begin(), excluded.end(), true));
-        // Half results are compared in half units: one step of 1/1024 near 1.
-        const float tolerance = half ? 1.0f / 512.0f : params.showDebugData == 3 ? kDisplaceTolerance : kMainTolerance;
-        const ::testing::AssertionResult result = ImagesAgree(expected, actual, tolerance, 0, &excluded);
-        const std::string label = candidate.Name() + " vs " + reference.Name() + ", " + SceneName(scene) +
-                                  (half ? " half, " : " float, ") + paramCase.name;
-        EXPECT_TRUE(result) << label;
-        const double maxExcluded = scene == Scene::NonFinite ? kMaxExcludedFractionNonFinite : kMaxExcludedFraction;
-        EXPECT_LE(excludedCount, maxExcluded * kWidth * kHeight) << label;
-        if (std::getenv("DRIFTSMEAR_KERNEL_REPORT") != nullptr) {  // per-case figures on request
-          std::cout << label << ": " << excludedCount << " pixels not compared; " << result.message() << "\n";
+  for (const unsigned int height : kHeights) {
+    for (Scene scene : {Scene::Random, Scene::Ramps, Scene::NonFinite}) {
+      for (bool half : {false, true}) {
+        const Frames frames = MakeFrames(scene, half, seed++, height);
+        for (const ParamCase& paramCase : kParamCases) {
+          KernelData params = DefaultParams();
+          // A saturated flow of +-1 displaces by exactly displaceIntensity
+          // pixels: a whole number would put those samples on pixel boundaries.
+          params.displaceIntensity = 5.3f;
+          paramCase.apply(params);
+          PixelBuffer expected(kWidth, height, half, kPitch);
+          PixelBuffer actual(kWidth, height, half, kPitch);
+          reference.RunMain(frames.pre, frames.cur, expected, params);
+          candidate.RunMain(frames.pre, frames.cur, actual, params);
+          const std::vector<bool> excluded = SensitivePixels(frames, params);
+          const auto excludedCount = static_cast<std::size_t>(std::count(excluded.begin(), excluded.end(), true));
+          // Half results are compared in half units: one step of 1/1024 near 1.
+          const float tolerance =
+              half ? 1.0f / 512.0f : params.showDebugData == 3 ? kDisplaceTolerance : kMainTolerance;
+          const ::testing::AssertionResult result = ImagesAgree(expected, actual, tolerance, 0, &excluded);
+          const std::string label = candidate.Name() + " vs " + reference.Name() + ", " + std::to_string(kWidth) +
+                                    " x " + std::to_string(height) + " " + SceneName(scene) +
+                                    (half ? " half, " : " float, ") + paramCase.name;
+          EXPECT_TRUE(result) << label;
+          const double maxExcluded = scene == Scene::NonFinite ? kMaxExcludedFractionNonFinite : kMaxExcludedFraction;
+          EXPECT_LE(excludedCount, maxExcluded * kWidth * height) << label;
+          if (std::getenv("DRIFTSMEAR_KERNEL_REPORT") != nullptr) {  // per-case figures on request
+            std::cout << label << ": " << excludedCount << " pixels not compared; " << result.message() << "\n";
+          }
         }
       }
     }
@@ -194,10 +202,11 @@ void ExpectMainKernelAgreement(KernelBackend& reference, KernelBackend& candidat
 
 void ExpectResizeAgreement(KernelBackend& reference, KernelBackend& candidate) {
   for (bool half : {false, true}) {
-    const Frames frames = MakeFrames(Scene::NonFinite, half, 99);
+    const unsigned int height = kHeights[0];
+    const Frames frames = MakeFrames(Scene::NonFinite, half, 99, height);
     for (const auto& [offsetX, offsetY] : {std::pair{0, 0}, std::pair{5, -7}, std::pair{-20, 11}}) {
-      PixelBuffer expected(kWidth + 9, kHeight - 4, half, kPitch + 9);
-      PixelBuffer actual(kWidth + 9, kHeight - 4, half, kPitch + 9);
+      PixelBuffer expected(kWidth + 9, height - 4, half, kPitch + 9);
+      PixelBuffer actual(kWidth + 9, height - 4, half, kPitch + 9);
       reference.RunResize(frames.cur, expected, offsetX, offsetY);
       candidate.RunResize(frames.cur, actual, offsetX, offsetY);
       EXPECT_TRUE(ImagesAgree(expected, actual, 0.0f))
