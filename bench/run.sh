@@ -52,7 +52,7 @@ instructions="not measured: bench/kernel_instructions.sh is not in this tree"
 if [[ -f bench/kernel_instructions.sh ]]; then
   counts=$(BUILD="$build" bash bench/kernel_instructions.sh 2>/dev/null || true)
   figure() { awk -v key="$1" '$1 == key { $1 = ""; sub(/^ +/, ""); print }' <<<"$counts"; }
-  instructions="$(figure cpp_instructions_per_pixel) (C++), $(figure pocl_instructions_per_pixel) (PoCL); PoCL's work-item loop: $(figure pocl_work_item_loop)"
+  instructions="$(figure cpp_instructions_per_pixel) (C++), $(figure pocl_instructions_per_pixel) (PoCL); PoCL's work-item loop: $(figure pocl_work_item_loop) (counted build: $(figure pocl_work_item_loop_counted))"
 fi
 # The baseline's kernel_bench is built from `git archive` of that commit in
 # $build/kernel-baseline (later runs reuse its build).
