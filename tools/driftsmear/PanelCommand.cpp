@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <random>
 
 #include "host/EffectDiskIds.h"
 #include "host/FrameSource.h"
@@ -44,9 +45,11 @@ void DrawAndSave(dshost::EffectHost& host, const fs::path& output, const std::st
     throw CliError(kExitRender, "the effect failed to draw its Effect Controls area (error " + std::to_string(err) +
                                     ")");
   }
-  // Written beside the output and renamed, so the name never holds half a PNG.
+  // Written beside the output under a name of this run's own and renamed, so
+  // the name never holds half a PNG and two runs to one name never share a
+  // file.
   fs::path partial = output;
-  partial += ".part";
+  partial += "." + std::to_string(std::random_device{}()) + ".part";
   if (!canvas.SavePng(PathToUtf8(partial))) {
     std::error_code ignored;
     fs::remove(partial, ignored);
