@@ -279,6 +279,37 @@ PPixHand PremiereHost::CreateGpuPPix(uint32_t deviceIndex, PrPixelFormat format,
   PF_EffectWorld* world =
       gpu().CreateGpuWorld(deviceIndex, width, height, WorldFormatOf(format), false,
                            PF_RationalScale{parNumerator, static_cast<A_u_long>(parDenominator)}, createdByFilter);
+  try {
+    return Adopt(world, deviceIndex, format, parNumerator, parDenominator, fieldType, createdByFilter);
+  } catch (...) {
+    gpu().DisposeWorld(world);
+    throw;
+  }
+}
+
+PPixHand PremiereHost::AdoptGpuWorld(PF_EffectWorld* world, PrPixelFormat format) {
+  try {
+    const HostWorld* made = world != nullptr ? gpu().Find(world) : nullptr;
+    if (made == nullptr || !made->gpu) {
+      throw HostError("a GPU frame over a world the GPU host did not make on a device");
+    }
+    if (!IsPremiereGpuFormat(format) || made->format != WorldFormatOf(format)) {
+      throw HostError("a GPU frame in pixel format " + std::to_string(static_cast<uint32_t>(format)) +
+                      " over a world of another format");
+    }
+    return Adopt(world, made->deviceIndex, format, 1, 1, prFieldsNone, false);
+  } catch (...) {
+    if (world != nullptr) {
+      gpu().DisposeWorld(world);
+    }
+    throw;
+  }
+}
+
+PPixHand PremiereHost::Adopt(PF_EffectWorld* world, uint32_t deviceIndex, PrPixelFormat format, int parNumerator,
+                             int parDenominator, prFieldType fieldType, bool createdByFilter) {
+  const int width = world->width;
+  const int height = world->height;
   auto record = std::make_unique<PremierePPix>();
   record->target = &record->ppix;
   record->world = world;

@@ -135,6 +135,11 @@ class PremiereHost {
   // Throws HostError for another format, a bad size or a closed device.
   PPixHand CreateGpuPPix(uint32_t deviceIndex, PrPixelFormat format, int width, int height, int parNumerator = 1,
                          int parDenominator = 1, prFieldType fieldType = prFieldsNone, bool createdByFilter = false);
+  // A frame over a GPU world the GPU host made or lent (one of its cached
+  // input frames, say), on the world's device and in the matching format.
+  // The frame owns the world from then on, on failure too: disposing of the
+  // frame disposes of the world.
+  PPixHand AdoptGpuWorld(PF_EffectWorld* world, PrPixelFormat format);
   bool DisposePPix(PPixHand ppix);
   // The host's record of a frame it made, or null.
   PremierePPix* FindPPix(PPixHand ppix) const;
@@ -159,6 +164,9 @@ class PremiereHost {
   prSuiteError ParamValue(csSDK_int32 index, PrTime time, PrParam* value) const;
 
  private:
+  PPixHand Adopt(PF_EffectWorld* world, uint32_t deviceIndex, PrPixelFormat format, int parNumerator,
+                 int parDenominator, prFieldType fieldType, bool createdByFilter);
+
   struct InstanceRecord {
     PrGPUFilterInstance instance{};
   };

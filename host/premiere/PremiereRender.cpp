@@ -1,5 +1,6 @@
 #include "host/premiere/PremiereRender.h"
 
+#include <optional>
 #include <sstream>
 
 #include "host/gpu/GpuHost.h"
@@ -128,14 +129,29 @@ ImageF RenderPremiereFrame(PremiereHost& host, uint32_t deviceIndex, const Frame
   prSuiteError result = suiteError_NoError;
   {
     FrameSet made(host);
+    GpuHost& gpu = host.gpu();
     for (int64_t index : indices) {
       const A_long frameTime = static_cast<A_long>(index * clip.frameDuration());
-      const FrameLookup lookup = clip.Lookup(frameTime, clip.timeScale());
       record.frameIndices.push_back(index);
+      // With frames kept on the device (as Premiere keeps frames in its GPU
+      // cache), a frame the source can name is uploaded once and handed out
+      // again for every later render that reads it.
+      const std::optional<FrameIdentity> identity =
+          gpu.frameCache().capacity() > 0 ? clip.Identify(frameTime, clip.timeScale()) : std::nullopt;
+      const DeviceFrameKey key{clip.sourceId(), identity ? identity->key : 0, deviceIndex, WorldFormatOf(format)};
+      if (PF_EffectWorld* cached = identity ? gpu.LendCachedFrame(key) : nullptr) {
+        record.lookups.push_back(FrameLookup::Kind::Frame);
+        frames.push_back(made.Add(host.AdoptGpuWorld(cached, format)));
+        continue;
+      }
+      const FrameLookup lookup = clip.Lookup(frameTime, clip.timeScale());
       record.lookups.push_back(lookup.kind);
-      const ImageF image = lookup.kind == FrameLookup::Kind::Frame && lookup.frame
-                               ? lookup.frame->image
-                               : TransparentFrame(clip.width(), clip.height());
+      const bool isFrame = lookup.kind == FrameLookup::Kind::Frame && lookup.frame;
+      if (identity && isFrame) {
+        frames.push_back(made.Add(host.AdoptGpuWorld(gpu.CacheFrame(key, lookup.frame->image), format)));
+        continue;
+      }
+      const ImageF image = isFrame ? lookup.frame->image : TransparentFrame(clip.width(), clip.height());
       PPixHand frame = made.Add(host.CreateGpuPPix(deviceIndex, format, image.width, image.height));
       host.Upload(frame, image);
       frames.push_back(frame);

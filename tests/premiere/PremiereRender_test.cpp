@@ -105,6 +105,36 @@ TEST_F(PremiereRender, HalfFramesUseTheEightBytePitch) {
   EXPECT_LE(differing, 96 * 64 / 20);
 }
 
+// With input frames kept on the device, as Premiere keeps frames in its GPU
+// cache, each one is uploaded once for every render that reads it, frames of
+// other sizes included, and the pictures are those of frames uploaded per
+// render. (Work-groups running side by side make the in-place passes differ
+// in a few pixels between any two renders; wrong frames would change most.)
+TEST_F(PremiereRender, FramesKeptOnTheDeviceAreUploadedOnceAndRenderTheSame) {
+  InMemoryClip clip(64, 64, 1, 25);
+  for (int i = 0; i < 10; ++i) {
+    const int side = i % 3 == 0 ? 48 : i % 3 == 1 ? 80 : 64;
+    clip.AddFrame(SceneFrame(i, 64, 64, side, side));
+  }
+  dshost::GpuHost& gpu = session().host().gpu();
+  std::vector<ImageF> uploadedPerRender;
+  for (int t = 4; t < 10; ++t) {
+    uploadedPerRender.push_back(session().RenderFrame(clip, clip.TimeOfFrame(t)));
+  }
+
+  gpu.frameCache().SetCapacity(6);
+  const uint64_t uploadsBefore = gpu.Transfers().uploads;
+  for (int t = 4; t < 10; ++t) {
+    const ImageF kept = session().RenderFrame(clip, clip.TimeOfFrame(t));
+    EXPECT_LE(premieretest::DifferingPixels(kept, uploadedPerRender[t - 4], 1e-6f), 64 * 64 / 50) << "frame " << t;
+    EXPECT_EQ(session().lastPremiereRender().leftoverPPix, 0u);
+  }
+  EXPECT_EQ(gpu.Transfers().uploads - uploadsBefore, 10u) << "frames 0 to 9, once each";
+  EXPECT_EQ(gpu.frameCache().size(), 6u);
+  EXPECT_EQ(host().LivePPix(), 0u);
+  EXPECT_EQ(gpu.LiveWorlds(), 0u) << "the frames' worlds went back; the frames stay cached";
+}
+
 // Uploads frames 0 ... count - 1 of the clip as GPU frames of the host.
 std::vector<PPixHand> Upload(PremiereHost& host, uint32_t device, const InMemoryClip& clip, int count) {
   std::vector<PPixHand> frames;

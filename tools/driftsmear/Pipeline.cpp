@@ -22,11 +22,10 @@ namespace {
 
 using dshost::kFramesDiskId;
 using dshost::kFrameOffsetDiskId;
-// How far the decoder may run ahead of the frames the renderer needs: with
-// frames kept on the device the decoder also uploads them, and one frame
-// ahead keeps the device fed without holding more input frames than needed.
-constexpr int64_t kDecodeAheadHost = 3;
-constexpr int64_t kDecodeAheadDevice = 1;
+// How far the decoder may run ahead of the frames the renderer needs: the
+// decoder also uploads them to the device, and one frame ahead keeps the
+// device fed without holding more input frames than needed.
+constexpr int64_t kDecodeAhead = 1;
 // Rendered frames waiting for the encoder (besides the one being encoded and
 // the one the renderer is handing over).
 constexpr size_t kEncodeQueue = 1;
@@ -151,34 +150,21 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
   const int64_t endInput = maxNeeded(options.endFrame - 1) + 1;
   result.inputFramesUsed = endInput - firstInput;
 
-  // After Effects renders through smart render, where the host keeps input
-  // frames on the device: the decode thread uploads each one once, and the
-  // device frame cache holds every frame from the oldest one an output frame
-  // reads to the newest one uploaded ahead. Host memory then only holds
-  // frames between decode and upload. The Premiere host uploads the frames
-  // per render, so its decoded frame cache holds the whole window instead.
-  // Both within the memory budget.
-  const bool deviceFrames = session.options().app == dshost::HostApp::AfterEffects;
-  const int64_t decodeAhead = deviceFrames ? kDecodeAheadDevice : kDecodeAheadHost;
+  // Both hosts keep input frames on the device: the decode thread uploads
+  // each one once, and the device frame cache holds every frame from the
+  // oldest one an output frame reads to the newest one uploaded ahead. Host
+  // memory then only holds frames between decode and upload, within the
+  // memory budget.
+  const int64_t decodeAhead = kDecodeAhead;
   const uint64_t frameBytes = static_cast<uint64_t>(info.width) * static_cast<uint64_t>(info.height) * 16u;
   const uint64_t budgetFrames = frameBytes > 0 ? options.memoryBudgetBytes / frameBytes : 0;
   const int64_t batch = std::max(options.renderThreads, 1);
   const size_t span = static_cast<size_t>(window.back + window.ahead + 1);
-  size_t wanted = 0;
-  size_t affordable = 0;
-  if (deviceFrames) {
-    result.cacheFrames = static_cast<size_t>(decodeAhead) + 1;
-    wanted = span + static_cast<size_t>(decodeAhead + batch - 1);
-    affordable = static_cast<size_t>(std::max<uint64_t>(
-        budgetFrames > result.cacheFrames ? budgetFrames - result.cacheFrames : 0, static_cast<uint64_t>(2)));
-    result.deviceFrames = std::min(wanted, affordable);
-  } else {
-    const size_t held = static_cast<size_t>(window.frames) + 1;
-    wanted = span + static_cast<size_t>(2 * decodeAhead + 1 + batch - 1);
-    affordable = static_cast<size_t>(
-        std::max<uint64_t>(budgetFrames > held ? budgetFrames - held : 0, static_cast<uint64_t>(2 * decodeAhead + 4)));
-    result.cacheFrames = std::min(wanted, affordable);
-  }
+  result.cacheFrames = static_cast<size_t>(decodeAhead) + 1;
+  const size_t wanted = span + static_cast<size_t>(decodeAhead + batch - 1);
+  const auto affordable = static_cast<size_t>(std::max<uint64_t>(
+      budgetFrames > result.cacheFrames ? budgetFrames - result.cacheFrames : 0, static_cast<uint64_t>(2)));
+  result.deviceFrames = std::min(wanted, affordable);
   if (wanted > affordable && !options.quiet) {
     std::fprintf(stderr,
                  "driftsmear: warning: the effect reads frames up to %lld apart; at this size the frame cache holds "
@@ -219,13 +205,11 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
         state.failure = std::current_exception();
         break;
       }
-      if (deviceFrames) {
-        try {
-          gpu.PreloadFrame(dshost::DeviceFrameKey{clip.sourceId(), index, deviceIndex, pixelFormat}, *frame);
-        } catch (...) {
-          // The render's own checkout uploads the frame again and reports
-          // what goes wrong then.
-        }
+      try {
+        gpu.PreloadFrame(dshost::DeviceFrameKey{clip.sourceId(), index, deviceIndex, pixelFormat}, *frame);
+      } catch (...) {
+        // The render's own checkout uploads the frame again and reports what
+        // goes wrong then.
       }
       frame.reset();
       std::lock_guard<std::mutex> lock(state.mutex);
