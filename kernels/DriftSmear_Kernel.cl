@@ -276,7 +276,7 @@ GF_DEVICE_FUNCTION void mainPixel(GF_PTR_READ_ONLY(float4) GF_BUFFER_RESTRICT in
                                   uint2 inXY, bool groupInside) {
   const bool inside = groupInside || (inXY.x < inWidth && inXY.y < inHeight);
   const unsigned int x = inside ? inXY.x : 0u;
-  const uint2 xy = make_uint2(x, inside ? (unsigned int)sequencedAfterIndex(0.0f, (int)x) + inXY.y : 0u);
+  const uint2 xy = make_uint2(x, inside ? sequencedIndex(inXY.y, x) : 0u);
 
   const float2 flow = getFlow(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, xy);
   const float4 color = FadeMotion(inPre, inCur, params, inWidth, inHeight, inPrePitch, inCurPitch, is16Bit, xy, flow);

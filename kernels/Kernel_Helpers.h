@@ -90,10 +90,20 @@ GF_DEVICE_FUNCTION float sequenced(float value, float earlier) {
 #endif
 }
 
-// The same, after an integer (a pixel index).
+// The same for a pixel coordinate or index after another.
+GF_DEVICE_FUNCTION unsigned int sequencedIndex(unsigned int value, unsigned int earlier) {
+#if GF_DEVICE_TARGET_OPENCL
+  return value | (earlier & (uint)(GF_LATE_ONE - 1));
+#else
+  (void)earlier;
+  return value;
+#endif
+}
+
+// A coordinate after a pixel index.
 GF_DEVICE_FUNCTION float sequencedAfterIndex(float value, int earlier) {
 #if GF_DEVICE_TARGET_OPENCL
-  return as_float(as_uint(value) | ((uint)earlier & (uint)(GF_LATE_ONE - 1)));
+  return as_float(sequencedIndex(as_uint(value), (uint)earlier));
 #else
   (void)earlier;
   return value;

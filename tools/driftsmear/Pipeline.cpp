@@ -155,13 +155,12 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
   // oldest one an output frame reads to the newest one uploaded ahead. Host
   // memory then only holds frames between decode and upload, within the
   // memory budget.
-  const int64_t decodeAhead = kDecodeAhead;
   const uint64_t frameBytes = static_cast<uint64_t>(info.width) * static_cast<uint64_t>(info.height) * 16u;
   const uint64_t budgetFrames = frameBytes > 0 ? options.memoryBudgetBytes / frameBytes : 0;
   const int64_t batch = std::max(options.renderThreads, 1);
   const size_t span = static_cast<size_t>(window.back + window.ahead + 1);
-  result.cacheFrames = static_cast<size_t>(decodeAhead) + 1;
-  const size_t wanted = span + static_cast<size_t>(decodeAhead + batch - 1);
+  result.cacheFrames = static_cast<size_t>(kDecodeAhead) + 1;
+  const size_t wanted = span + static_cast<size_t>(kDecodeAhead + batch - 1);
   const auto affordable = static_cast<size_t>(std::max<uint64_t>(
       budgetFrames > result.cacheFrames ? budgetFrames - result.cacheFrames : 0, static_cast<uint64_t>(2)));
   result.deviceFrames = std::min(wanted, affordable);
@@ -189,7 +188,7 @@ PipelineResult RunPipeline(dshost::RenderSession& session, const ClipSource& sou
     for (int64_t index = firstInput; index < endInput; ++index) {
       {
         std::unique_lock<std::mutex> lock(state.mutex);
-        state.changed.wait(lock, [&] { return state.stop || index <= maxNeeded(state.renderAt) + decodeAhead; });
+        state.changed.wait(lock, [&] { return state.stop || index <= maxNeeded(state.renderAt) + kDecodeAhead; });
         if (state.stop) {
           break;
         }
