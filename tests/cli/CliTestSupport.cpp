@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 
 #include "common/TestSupport.h"

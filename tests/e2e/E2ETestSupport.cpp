@@ -4,7 +4,6 @@
 #include <cstring>
 #include <numbers>
 #include <random>
-#include <sstream>
 
 #ifdef _WIN32
 #include <windows.h>
