@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <cstdlib>
-#include <fstream>
+#include <functional>
 #include <memory>
 
 #include "common/TestSupport.h"
@@ -77,6 +76,20 @@ fs::path RunFolder() {
 float Texture(int x, int y, int channel) {
   const int value = (x * 37 + y * 91 + ((x * y + channel * 5) % 13) * 11 + channel * 60) % 190 + 40;
   return static_cast<float>(value) / 255.0f;
+}
+
+// Writes the frames, 12 a second without alpha (and with the audio of
+// `audioFrom`, if any), and returns the path.
+fs::path WriteFrames(const fs::path& path, int frames, const std::function<dshost::ImageF(int)>& frame,
+                     const fs::path& audioFrom = {}) {
+  dshost::WriterOptions options;
+  options.frameRate = dshost::Rational{12, 1};
+  options.alpha = false;
+  options.audioFrom = audioFrom;
+  dshost::MediaWriter writer(path, options);
+  for (int i = 0; i < frames; ++i) writer.write(frame(i));
+  writer.finish();
+  return path;
 }
 
 }  // namespace
@@ -222,36 +235,18 @@ std::optional<fs::path> MakeClipWithAudio(const fs::path& folder, std::string* r
     *reason = "the ffmpeg program, which makes the test clip's audio, is not installed";
     return std::nullopt;
   }
-  const fs::path clip = folder / "clip.mkv";
-  dshost::WriterOptions options;
-  options.frameRate = dshost::Rational{12, 1};
-  options.alpha = false;
-  options.audioFrom = tone;
-  dshost::MediaWriter writer(clip, options);
-  for (int i = 0; i < kClipFrames; ++i) writer.write(ClipFrame(i));
-  writer.finish();
+  const fs::path clip = WriteFrames(folder / "clip.mkv", kClipFrames, ClipFrame, tone);
   fs::remove(tone);
   return clip;
 }
 
 fs::path MakeClipSequence(const fs::path& folder, int frames) {
-  const fs::path pattern = folder / "in_%02d.png";
-  dshost::WriterOptions options;
-  options.alpha = false;
-  dshost::MediaWriter writer(pattern, options);
-  for (int i = 0; i < frames; ++i) writer.write(ClipFrame(i));
-  writer.finish();
-  return pattern;
+  return WriteFrames(folder / "in_%02d.png", frames, ClipFrame);
 }
 
 fs::path MakeNoiseClip(const fs::path& folder, int width, int height, int frames) {
-  const fs::path clip = folder / "noise.mkv";
-  dshost::WriterOptions options;
-  options.frameRate = dshost::Rational{12, 1};
-  options.alpha = false;
-  dshost::MediaWriter writer(clip, options);
   uint32_t state = 12345;
-  for (int i = 0; i < frames; ++i) {
+  return WriteFrames(folder / "noise.mkv", frames, [&](int) {
     dshost::ImageF frame = dshost::makeImage(width, height);
     for (size_t p = 0; p < frame.bgra.size(); p += 4) {
       for (int c = 0; c < 3; ++c) {
@@ -259,10 +254,8 @@ fs::path MakeNoiseClip(const fs::path& folder, int width, int height, int frames
         frame.bgra[p + c] = static_cast<float>(state >> 24) / 255.0f;
       }
     }
-    writer.write(frame);
-  }
-  writer.finish();
-  return clip;
+    return frame;
+  });
 }
 
 fs::path LosslessOutput(const fs::path& folder, const std::string& stem) {

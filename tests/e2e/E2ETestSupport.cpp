@@ -4,7 +4,6 @@
 #include <cstring>
 #include <numbers>
 #include <random>
-#include <sstream>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -183,37 +182,10 @@ ImageF ReferenceChain(const std::vector<const LayerFrame*>& slots, int outputWid
 }
 
 ::testing::AssertionResult ImagesMatch(const ImageF& expected, const ImageF& actual, float tolerance) {
-  if (expected.width != actual.width || expected.height != actual.height) {
-    return ::testing::AssertionFailure() << "size " << actual.width << "x" << actual.height << ", expected "
-                                         << expected.width << "x" << expected.height;
-  }
-  float worst = -1.0f;
-  size_t worstIndex = 0;
-  size_t off = 0;
-  for (size_t i = 0; i < expected.bgra.size(); ++i) {
-    const float e = expected.bgra[i];
-    const float a = actual.bgra[i];
-    const float difference = (std::isnan(e) && std::isnan(a)) ? 0.0f : std::fabs(e - a);
-    const bool bad = !(difference <= tolerance);
-    off += bad ? 1 : 0;
-    if (bad && (worst < 0.0f || !(difference <= worst))) {
-      worst = std::isnan(difference) ? std::numeric_limits<float>::infinity() : difference;
-      worstIndex = i;
-    }
-  }
-  if (off == 0) {
-    return ::testing::AssertionSuccess();
-  }
-  const size_t pixel = worstIndex / 4;
-  const int x = static_cast<int>(pixel % static_cast<size_t>(expected.width));
-  const int y = static_cast<int>(pixel / static_cast<size_t>(expected.width));
-  static const char* const kChannels[] = {"B", "G", "R", "A"};
-  const float* e = expected.pixel(x, y);
-  const float* a = actual.pixel(x, y);
-  return ::testing::AssertionFailure() << off << " channel values differ by more than " << tolerance
-                                       << "; worst at (" << x << ", " << y << ") channel " << kChannels[worstIndex % 4]
-                                       << ": expected BGRA (" << e[0] << ", " << e[1] << ", " << e[2] << ", " << e[3]
-                                       << "), got (" << a[0] << ", " << a[1] << ", " << a[2] << ", " << a[3] << ")";
+  const float worst = MaxDifference(expected, actual);  // infinite for other sizes or a value not finite
+  if (worst <= tolerance) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "a channel differs by " << worst << ", more than " << tolerance << "; "
+                                       << dshost::compareImages(expected, actual).describe();
 }
 
 AeInstance::AeInstance(dshost::HostApp app) {

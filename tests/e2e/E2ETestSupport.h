@@ -113,8 +113,8 @@ struct ChainOptions {
 ImageF ReferenceChain(const std::vector<const LayerFrame*>& slots, int outputWidth, int outputHeight,
                       KernelData data, const ChainOptions& options = {});
 
-// Channel by channel within `tolerance`; on failure the message names the
-// worst pixel, both values and how many pixels are off.
+// Channel by channel within `tolerance`, every value finite; on failure the
+// message names the worst pixel.
 ::testing::AssertionResult ImagesMatch(const ImageF& expected, const ImageF& actual, float tolerance);
 using testsupport::MaxDifference;
 

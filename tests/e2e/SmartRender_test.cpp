@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 
 #include "e2e/E2ETestSupport.h"
 #include "host/gpu/GpuHost.h"

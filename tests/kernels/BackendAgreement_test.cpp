@@ -1,32 +1,20 @@
 // The GPU back ends against the host C++ build of the same text, on seeded
 // random frames, ramps, and frames holding NaN and infinities.
 //
-// Tolerances. ResizeKernel only moves values: every back end must match
-// exactly. MainKernel on OpenCL is built with -cl-fast-relaxed-math and
-// single-precision constants (the C++ and CUDA builds evaluate the chromatic
-// shift in double precision), so values differ by a few ulps: each channel
-// must agree within kMainTolerance (relative above 1; the Displace view
-// multiplies a difference of coordinates by 1000, so it gets
-// kDisplaceTolerance), or within one half step in 16-bit frames.
+// ResizeKernel only moves values: every back end must match exactly.
+// MainKernel on OpenCL is built with relaxed math and single-precision
+// constants (C++ and CUDA evaluate the chromatic shift in double), so each
+// channel must agree within kMainTolerance (relative above 1; the Displace
+// view multiplies coordinate differences by 1000 and gets kDisplaceTolerance),
+// or within one half step in 16-bit frames.
 //
-// Two kinds of result pixels are not compared, because the back ends may
-// legitimately differ there: samples are nearest-pixel, so a displaced sample
-// within an ulp of a pixel boundary may land on the neighbouring pixel under
-// relaxed math; and relaxed math does not carry NaN and infinities reliably,
-// so pixels whose samples hold one are not compared either. Every other pixel
-// must agree, and the excluded ones must stay few (a saturated flow of +-1
-// displaces by exactly displaceIntensity pixels, so the cases use fractional
-// displacements to keep those samples off the boundaries).
-//
-// The frames are 64 x 32, whose 16 x 16 work-groups lie wholly inside the
-// frame, and 64 x 8, whose work-groups all reach beyond it (OpenCL compiles a
-// copy of the pixel code for each case). The pixel coordinates x / width are
-// then exact in
-// IEEE arithmetic. The OpenCL text asks for IEEE division there, since uv is
-// a pixel's exact low corner and a quotient one ulp low samples the
-// neighbouring pixel (relaxed, PoCL's vectorised loop came out low even for
-// these sizes); a device compiler may ignore the request, and powers of two
-// keep the comparison fair to one that does.
+// Pixels where the back ends may legitimately differ are left out, and must
+// stay few: a nearest-pixel sample within an ulp of a pixel boundary, and a
+// sample holding NaN or an infinity (relaxed math does not carry them
+// reliably). The cases use fractional displacements to keep samples off the
+// boundaries. Frames are 64 x 32 (work-groups wholly inside) and 64 x 8 (all
+// reaching beyond); powers of two keep the coordinates x / width exact even
+// for a device compiler that ignores the text's request for IEEE division.
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>

@@ -56,19 +56,6 @@ TEST(FrameCache, SlidingWindowDecodesEachFrameOnce) {
   EXPECT_GT(small.decodeCount(), 30u);
 }
 
-TEST(FrameCache, SlidingWindowOverARealClipDecodesEachFrameOnce) {
-  DS_REQUIRE_FFMPEG();
-  testing::ScratchDir dir;
-  SyntheticClip clip(testing::smallClip(24, false, 32, 24));
-  testing::writeClip(clip, dir / "clip.mkv");
-  MediaReader reader(dir / "clip.mkv");
-  FrameCache cache(reader, FrameCache::capacityForWindow(kWindow));
-  slideWindow(cache, 24, [&](std::int64_t k, const ImageF& f) {
-    ASSERT_TRUE(imagesClose(f, clip.frame(k), 0.5f / 255 + 1e-6f, 0.0f)) << "frame " << k;
-  });
-  EXPECT_EQ(cache.decodeCount(), 24u);
-}
-
 TEST(FrameCache, EvictsTheLeastRecentlyUsedAndHoldersKeepTheirFrames) {
   CountingDecoder decoder;
   FrameCache cache(decoder.function(), 2);

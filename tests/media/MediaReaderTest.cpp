@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <vector>
 #include <stb_image_write.h>
@@ -234,12 +233,6 @@ TEST(MediaReaderVideo, ReadsInAnyOrderWithTheSamePictures) {
     EXPECT_EQ(diff.maxColour, 0.0f) << "frame " << i << ": " << diff.describe();
   }
 }
-
-}  // namespace
-}  // namespace dshost
-
-namespace dshost {
-namespace {
 
 // Integer codes become floats by exact division: every 16-bit code matches
 // code / 65535 to the bit, and 8-bit YUV video through swscale's exact path

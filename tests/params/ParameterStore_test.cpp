@@ -2,7 +2,6 @@
 // checkout bookkeeping and the callbacks' guard against a foreign effect.
 #include <gtest/gtest.h>
 
-#include <cstring>
 
 #include "ParamsTestSupport.h"
 #include "host/HostRuntime.h"

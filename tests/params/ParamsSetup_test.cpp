@@ -2,7 +2,6 @@
 // setup's handling of table-authoring errors.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <stdexcept>
 
 #include "ParamsTestSupport.h"
@@ -107,16 +106,6 @@ TEST_F(AfterEffectsTest, AnglesCheckboxButtonAndAboutArea) {
   ASSERT_TRUE(store().CustomUI().has_value());
   EXPECT_EQ(store().CustomUI()->events, PF_CustomEFlag_EFFECT | PF_CustomEFlag_LAYER | PF_CustomEFlag_COMP);
   EXPECT_EQ(store().RegisterUICount(), 1);
-}
-
-TEST_F(AfterEffectsTest, NamesReachTheHostAsGbkBytes) {
-  // The preset name's two trailing zero bytes stay behind.
-  EXPECT_EQ(NameOf(Definition(23)), "\xD4\xA4\xC9\xE8");
-  EXPECT_EQ(NameOf(Definition(6)), "\xD6\xA1");
-  EXPECT_EQ(NameOf(Definition(7)), "\xD6\xA1\xC6\xAB\xD2\xC6");
-  EXPECT_EQ(NameOf(Definition(11)), "\xCE\xBB\xD2\xC6\xE3\xD0\xD6\xB5");
-  EXPECT_EQ(NameOf(Definition(22)), "\xD4\xA4\xB3\xCB");
-  EXPECT_EQ(NameOf(Definition(21)), "undefined");
 }
 
 TEST_F(AfterEffectsTest, AFailingHostCallStopsTheSetupWithItsCode) {

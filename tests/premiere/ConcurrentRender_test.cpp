@@ -1,13 +1,9 @@
 // Both hosts render several frames at once, as After Effects' multi-frame
 // rendering and Premiere's render threads do: every render gives exactly the
 // frame a render on its own gives. PoCL runs with one thread here, so every
-// render on its own is repeatable to the bit. Also: a wide frame smaller
-// than the Premiere render, whose OpenCL resize pass reads more rows than the
-// frame has.
+// render on its own is repeatable to the bit.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <thread>
 
 #include "premiere/PremiereTestSupport.h"
@@ -85,35 +81,6 @@ TEST(ConcurrentRender, FourPremiereInstancesRenderAtOnce) {
   }
   // Each session put the log folder of the one before it back: last first.
   while (!instances.empty()) instances.pop_back();
-}
-
-TEST(ConcurrentRender, AWideFrameSmallerThanThePremiereRenderIsPlacedFromItsOwnRows) {
-  SKIP_WITHOUT_OPENCL();
-  // A 1280 x 720 clip centred in a 1920 x 1080 render. The OpenCL resize pass
-  // sees a square source of side 1280: the rows it reads below row 720 are
-  // transparent black, as they are in the same frames placed beforehand, and
-  // nothing is read past the frame. Columns from 1080 on lie outside the
-  // pass's square destination and hold whatever the intermediate frame held,
-  // so only the columns well before are compared: the smear reaches far.
-  constexpr int kWidth = 1920, kHeight = 1080;
-  InMemoryClip small(kWidth, kHeight, 1, 25);
-  InMemoryClip placed(kWidth, kHeight, 1, 25);
-  for (int i = 0; i < 3; ++i) {
-    small.AddFrame(SceneFrame(i, kWidth, kHeight, 1280, 720));
-    // The same scene drawn over the whole render, cut to the frame's place.
-    ImageF frame = SceneFrame(i, kWidth, kHeight, kWidth, kHeight);
-    for (int y = 0; y < kHeight; ++y) {
-      for (int x = 0; x < kWidth; ++x) {
-        if (x < 320 || x >= 1600 || y < 180 || y >= 900) std::fill_n(frame.pixel(x, y), 4, 0.0f);
-      }
-    }
-    placed.AddFrame(std::move(frame));
-  }
-  Session session(HostApp::Premiere);
-  session->SetParameter(kDiskFrames, 2);
-  const ImageF fromSmall = session->RenderFrame(small, small.TimeOfFrame(2));
-  const ImageF fromPlaced = session->RenderFrame(placed, placed.TimeOfFrame(2));
-  EXPECT_LE(MaxDifference(fromSmall, fromPlaced, 0, 0, 700, kHeight), 1e-6f);
 }
 
 }  // namespace

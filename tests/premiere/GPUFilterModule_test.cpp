@@ -43,7 +43,7 @@ class FilterEntry : public ::testing::Test {
       reinterpret_cast<PrGPUFilterEntry>(module_.Symbol(PrGPUFilterEntryPointName));
 };
 
-TEST_F(FilterEntry, StartupHandsOverOneFilter) {
+TEST_F(FilterEntry, StartupHandsOverOneFilterThatRefusesAnInstanceWithoutSuites) {
   ASSERT_NE(entry_, nullptr) << "the module exports xGPUFilterEntry";
   csSDK_int32 index = 0;
   PrGPUFilter filter{};
@@ -53,32 +53,24 @@ TEST_F(FilterEntry, StartupHandsOverOneFilter) {
   EXPECT_EQ(index, 0) << "no further filter follows";
   EXPECT_EQ(info.outInterfaceVersion, static_cast<csSDK_uint32>(PrSDKGPUFilterInterfaceVersion));
   EXPECT_EQ(ByValue(info.outMatchName.opaque[0]), 0) << "the module's own match name";
-  EXPECT_NE(filter.CreateInstance, nullptr);
-  EXPECT_NE(filter.DisposeInstance, nullptr);
+  ASSERT_NE(filter.CreateInstance, nullptr);
+  ASSERT_NE(filter.DisposeInstance, nullptr);
   EXPECT_NE(filter.GetFrameDependencies, nullptr);
   EXPECT_NE(filter.Precompute, nullptr);
   EXPECT_NE(filter.Render, nullptr);
-  EXPECT_EQ(entry_(PrSDKGPUFilterInterfaceVersion, &index, kPrFalse, nullptr, &filter, &info), suiteError_NoError);
-
-  csSDK_int32 second = 1;
-  EXPECT_EQ(entry_(PrSDKGPUFilterInterfaceVersion, &second, kPrTrue, nullptr, &filter, &info), suiteError_InvalidParms);
-}
-
-TEST_F(FilterEntry, AnInstanceWithoutSuitesIsRefused) {
-  ASSERT_NE(entry_, nullptr);
-  csSDK_int32 index = 0;
-  PrGPUFilter filter{};
-  PrGPUFilterInfo info{};
-  ASSERT_EQ(entry_(PrSDKGPUFilterInterfaceVersion, &index, kPrTrue, nullptr, &filter, &info), suiteError_NoError);
 
   // No suites to reach the host through: the filter's own Initialize refuses
-  // the instance instead of using null suites, and the module frees it.
+  // the instance instead of using null suites, and the module frees it. The
+  // record is byte-packed: the pointer is compared by value, never bound to a
+  // reference at its unaligned offset.
   PrGPUFilterInstance instance{};
   EXPECT_EQ(filter.CreateInstance(&instance), suiteError_InvalidParms);
-  // The record is byte-packed: the pointer is compared by value, never bound
-  // to a reference at its unaligned offset.
   EXPECT_EQ(static_cast<void*>(instance.ioPrivatePluginData), nullptr);
   EXPECT_EQ(filter.DisposeInstance(&instance), suiteError_NoError);
+
+  EXPECT_EQ(entry_(PrSDKGPUFilterInterfaceVersion, &index, kPrFalse, nullptr, &filter, &info), suiteError_NoError);
+  csSDK_int32 second = 1;
+  EXPECT_EQ(entry_(PrSDKGPUFilterInterfaceVersion, &second, kPrTrue, nullptr, &filter, &info), suiteError_InvalidParms);
 }
 
 // Parameter values as a host that reports angles as 32-bit floats gives

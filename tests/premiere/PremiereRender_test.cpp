@@ -36,23 +36,6 @@ class PremiereRender : public ::testing::Test {
   std::unique_ptr<Session> session_;
 };
 
-TEST_F(PremiereRender, AFrameOfTheRenderSizeRunsNoResizePass) {
-  // A wide frame: a resize pass would run the OpenCL resize over a square of
-  // the render's height and leave the rest of the intermediate frame as the
-  // host gave it (unwritten bytes, 785 as a float) for the main kernel.
-  const InMemoryClip clip = MovingClip(96, 64, 12);
-  const ImageF out = session().RenderFrame(clip, clip.TimeOfFrame(8));
-
-  const auto& log = session().lastPremiereRender();
-  EXPECT_EQ(log.frameIndices, (std::vector<int64_t>{8, 7, 6, 5, 4})) << "the current frame, then oldest last";
-  EXPECT_EQ(log.filterCreatedPPix, 1) << "one intermediate frame";
-  EXPECT_EQ(log.leftoverPPix, 0u) << "the intermediate frame is released";
-  ASSERT_EQ(out.width, 96);
-  ASSERT_EQ(out.height, 64);
-  EXPECT_TRUE(AllInUnitRange(out));
-  EXPECT_GT(MaxDifference(out, clip.frame(8).image), 0.05f) << "the trail changes the frame";
-}
-
 // The frame as the filter places it: centred in the render, the parts
 // outside cut off and the rest transparent.
 ImageF Centred(const ImageF& frame, int width, int height) {

@@ -3,7 +3,6 @@
 // in-memory clip maps to its frames.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 
 #include "common/RequireDevice.h"
